@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+/// Where a block file's bytes live: a file of the engine's own, or a stream of the caller's.
+/// Everything the engine does to its file goes through these operations. None throws.
+class ByteStore {
+public:
+    ByteStore() = default;
+    virtual ~ByteStore() = default;
+    ByteStore(const ByteStore&) = delete;
+    ByteStore& operator=(const ByteStore&) = delete;
+
+    /// Copies up to `count` bytes from `offset`; returns how many there were before the end or an
+    /// error.
+    virtual std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) = 0;
+
+    /// Takes `count` bytes to be written at `offset`, which is at most one past the last byte.
+    /// False on an error, also one of an earlier write that was still pending. Bytes reach the disk
+    /// in the order of the calls, except that bytes which are still pending when they are written
+    /// again reach it in their newest form.
+    virtual bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) = 0;
+
+    /// Hands everything pending to the operating system; false on an error.
+    virtual bool Flush() = 0;
+};

@@ -1,0 +1,71 @@
+#include "blockfile/ChainAudit.h"
+
+#include "blockfile/DataBlock.h"
+
+using namespace BlockFormat;
+
+std::optional<HeaderScan> HeaderScan::Of(BlockFile& file) {
+    HeaderScan scan;
+    scan.blocks.resize(1);
+    DataBlock block;
+    for (std::uint64_t number = 1; number <= file.BlockCount(); ++number) {
+        const auto position = static_cast<BlockNumber>(number);
+        if (!file.Read(position, block.Image(), kPayloadOffset)) {
+            return std::nullopt;
+        }
+        const Header header = UnpackHeader(block.Image());
+        if (header.number != position || VersionOf(header.signature) == 0) {
+            return std::nullopt;
+        }
+        scan.blocks.push_back({header.next, header.inUse != 0, block.IsSoundAt(position)});
+    }
+    return scan;
+}
+
+namespace {
+
+class ChainWalk {
+public:
+    ChainWalk(const HeaderScan& scan, const Directory& directory, ChainAudit& audit)
+        : blocks_(scan.blocks), directory_(directory), audit_(audit), reached_(blocks_.size()) {}
+
+    void Follow(BlockNumber firstBlock, UsageTable& usage) {
+        BlockNumber previous = kNoBlock;
+        for (BlockNumber number = firstBlock; number != kNoBlock; number = blocks_[number].next) {
+            if (number >= blocks_.size()) {
+                audit_.cutOff.insert(previous);
+                return;
+            }
+            if (directory_.HoldsBlock(number) || !blocks_[number].payloadFits) {
+                audit_.contested.insert(previous);
+                return;
+            }
+            // The rest of a shared tail is followed once more, each block of it being shared as
+            // well.
+            if (reached_[number] && !audit_.contested.insert(number).second) {
+                return;
+            }
+            reached_[number] = true;
+            usage.Set(number, true);
+            previous = number;
+        }
+    }
+
+private:
+    const std::vector<HeaderScan::Block>& blocks_;
+    const Directory& directory_;
+    ChainAudit& audit_;
+    std::vector<bool> reached_;
+};
+
+} // namespace
+
+ChainAudit::ChainAudit(const HeaderScan& scan, const Directory& directory, UsageTable& usage) {
+    for (BlockNumber number = 1; number < scan.blocks.size(); ++number) {
+        usage.Set(number, scan.blocks[number].inUse || directory.HoldsBlock(number));
+    }
+    ChainWalk walk(scan, directory, *this);
+    for (auto slot = directory.NextInUse(0); slot; slot = directory.NextInUse(*slot + 1)) {
+        walk.Follow(directory.Entry(*slot).firstBlock, usage);
+    }
+}

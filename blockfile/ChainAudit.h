@@ -1,0 +1,51 @@
+#pragma once
+
+#include "blockfile/BlockFile.h"
+#include "blockfile/Directory.h"
+#include "blockfile/UsageTable.h"
+
+#include <cstdint>
+#include <optional>
+#include <unordered_set>
+#include <vector>
+
+/// The headers of all blocks, read in one pass when a file is opened for writing. Element n is
+/// block n; element 0 is unused.
+struct HeaderScan {
+    struct Block {
+        BlockFormat::BlockNumber next = BlockFormat::kNoBlock;
+        bool inUse = false;
+        /// The used-bytes field is within a payload; without meaning for a directory block.
+        bool payloadFits = true;
+    };
+    std::vector<Block> blocks;
+
+    /// None when a block's number is not its position, its signature is not of this format, or it
+    /// cannot be read.
+    static std::optional<HeaderScan> Of(BlockFile& file);
+};
+
+/// What following every entry's chain over the scanned headers shows. After a crash, or in a
+/// damaged file, a block of a live chain can be marked free, and chains can run into each other.
+struct ChainAudit {
+    /// Blocks that more than one link leads to, or whose own link leads to something that is no
+    /// data block. They may be read, but never be written or freed through one entry, because
+    /// another one may own what they lead to.
+    std::unordered_set<BlockFormat::BlockNumber> contested;
+    /// Blocks whose link leads past the end of the file, as in an entry that was being extended
+    /// when its program died. The link must not be followed, for the number may since have been
+    /// given to another entry.
+    std::unordered_set<BlockFormat::BlockNumber> cutOff;
+
+    ChainAudit() = default;
+
+    /// Enters into `usage` every block that is marked used, belongs to the directory, or is part of
+    /// an entry's chain: a block marked used by mistake is only wasted; one marked free by mistake
+    /// would be given to a second entry.
+    ChainAudit(const HeaderScan& scan, const Directory& directory, UsageTable& usage);
+
+    bool IsSound() const { return contested.empty() && cutOff.empty(); }
+    bool MayWrite(BlockFormat::BlockNumber number) const {
+        return IsSound() || (contested.count(number) == 0 && cutOff.count(number) == 0);
+    }
+};

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "blockfile/BlockFormat.h"
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+/// A data block, held as the 1024 bytes that stand on disk, so that reading and writing one copies
+/// nothing twice. A new object's bytes are undefined until Reset is called or a block is read into
+/// Image.
+class DataBlock {
+public:
+    using BlockNumber = BlockFormat::BlockNumber;
+
+    /// An empty block of a live chain, the last of it so far.
+    void Reset(BlockNumber number);
+
+    unsigned char* Image() { return image_.data(); }
+    const unsigned char* Image() const { return image_.data(); }
+    unsigned char* Payload() { return image_.data() + BlockFormat::kPayloadOffset; }
+    const unsigned char* Payload() const { return image_.data() + BlockFormat::kPayloadOffset; }
+
+    BlockNumber Number() const;
+    bool IsInUse() const { return image_[BlockFormat::kInUseOffset] != 0; }
+    void SetInUse(bool inUse) { image_[BlockFormat::kInUseOffset] = inUse ? 1 : 0; }
+    BlockNumber Next() const;
+    void SetNext(BlockNumber next);
+    /// Meaningful payload bytes.
+    std::size_t Used() const;
+    void SetUsed(std::size_t used);
+
+    /// Whether a block read at position `number` may be believed: it carries that number and no
+    /// more used bytes than a payload has.
+    bool IsSoundAt(BlockNumber number) const;
+
+    /// Zeroes the payload past the used bytes, so that no bytes of another block or of the heap
+    /// reach the disk.
+    void ClearUnused();
+
+private:
+    std::array<unsigned char, BlockFormat::kBlockSize> image_;
+};

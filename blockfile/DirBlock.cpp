@@ -1,0 +1,106 @@
+#include "blockfile/DirBlock.h"
+
+#include <TALVOutl/ByteOrder.h>
+#include <TALVOutl/MD5.h>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace BlockFormat;
+
+static_assert(sizeof(DirEntry::name) == kNameSize);
+static_assert(sizeof(DirEntry::created) == kTimeSize && sizeof(DirEntry::modified) == kTimeSize);
+
+namespace {
+
+template <std::size_t Size>
+void UnpackText(const unsigned char* bytes, char (&text)[Size]) {
+    std::memcpy(text, bytes, Size);
+    text[Size - 1] = '\0';
+}
+
+DirEntry UnpackEntry(const unsigned char* slot, const DirLayout& layout) {
+    DirEntry entry;
+    UnpackText(slot + kNameOffset, entry.name);
+    UnpackText(slot + kCreatedOffset, entry.created);
+    UnpackText(slot + kModifiedOffset, entry.modified);
+    entry.firstBlock = LoadLittleEndian<std::uint32_t>(slot + kFirstBlockOffset);
+    entry.size = layout.sizeWidth == 4 ? LoadLittleEndian<std::uint32_t>(slot + kSizeOffset)
+                                       : LoadLittleEndian<std::uint64_t>(slot + kSizeOffset);
+    return entry;
+}
+
+void PackEntry(const DirEntry& entry, unsigned char* slot) {
+    std::memcpy(slot + kNameOffset, entry.name, sizeof entry.name);
+    std::memcpy(slot + kCreatedOffset, entry.created, sizeof entry.created);
+    std::memcpy(slot + kModifiedOffset, entry.modified, sizeof entry.modified);
+    StoreLittleEndian(slot + kFirstBlockOffset, entry.firstBlock);
+    StoreLittleEndian(slot + kSizeOffset, entry.size);
+}
+
+void AddText(MD5& digest, const char* text, std::size_t fieldSize) {
+    digest.Update(text, strnlen(text, fieldSize));
+}
+
+template <typename Integer>
+void AddInteger(MD5& digest, Integer value) {
+    std::array<unsigned char, sizeof(Integer)> bytes{};
+    StoreLittleEndian(bytes.data(), value);
+    digest.Update(bytes.data(), bytes.size());
+}
+
+} // namespace
+
+DirBlock DirBlock::Empty(BlockNumber number) {
+    DirBlock block{};
+    block.header = {number, 1, kSignature, kNoBlock};
+    return block;
+}
+
+bool DirBlock::Unpack(const unsigned char* block, BlockNumber number) {
+    header = UnpackHeader(block);
+    const int version = VersionOf(header.signature);
+    if (header.number != number || version == 0) {
+        return false;
+    }
+    const DirLayout& layout = version == 1 ? kDirLayout1 : kDirLayout2;
+    if (!std::equal(kMagic.begin(), kMagic.end(), block + layout.MagicOffset())) {
+        return false;
+    }
+    for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
+        entries[slot] = UnpackEntry(block + layout.SlotOffset(slot), layout);
+    }
+    std::copy_n(block + layout.ReservedOffset(), kReservedSize, reserved.begin());
+    std::copy_n(block + kDigestOffset, kDigestSize, passwordDigest.begin());
+    flags = LoadLittleEndian<std::uint16_t>(block + kFlagsOffset);
+    return true;
+}
+
+void DirBlock::Pack(unsigned char* block) const {
+    PackHeader({header.number, header.inUse, kSignature, header.next}, block);
+    for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
+        PackEntry(entries[slot], block + kDirLayout2.SlotOffset(slot));
+    }
+    std::copy(kMagic.begin(), kMagic.end(), block + kDirLayout2.MagicOffset());
+    std::copy(reserved.begin(), reserved.end(), block + kDirLayout2.ReservedOffset());
+    std::copy(passwordDigest.begin(), passwordDigest.end(), block + kDigestOffset);
+    StoreLittleEndian(block + kFlagsOffset, flags);
+}
+
+void DirBlock::AddTo(MD5& digest) const {
+    AddInteger(digest, header.number);
+    AddInteger(digest, header.inUse);
+    AddText(digest, header.signature.data(), header.signature.size());
+    AddInteger(digest, header.next);
+    for (const DirEntry& entry : entries) {
+        AddText(digest, entry.name, sizeof entry.name);
+        AddText(digest, entry.created, sizeof entry.created);
+        AddText(digest, entry.modified, sizeof entry.modified);
+        AddInteger(digest, entry.firstBlock);
+        AddInteger(digest, entry.size);
+    }
+    AddText(digest, kMagic.data(), kMagic.size());
+    digest.Update(reserved.data(), reserved.size());
+    digest.Update(passwordDigest.data(), passwordDigest.size());
+    AddInteger(digest, flags);
+}

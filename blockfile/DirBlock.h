@@ -1,0 +1,34 @@
+#pragma once
+
+#include "blockfile/BlockFormat.h"
+
+#include <TALVOkrstream/CompoundFile.h>
+
+#include <array>
+#include <cstdint>
+
+class MD5;
+
+/// A directory block in memory: three entry records and, in the file's first block, the password's
+/// digest and the flags of the whole file.
+struct DirBlock {
+    BlockFormat::Header header;
+    std::array<DirEntry, BlockFormat::kSlotsPerBlock> entries;
+    std::array<unsigned char, BlockFormat::kReservedSize> reserved;
+    std::array<unsigned char, BlockFormat::kDigestSize> passwordDigest;
+    std::uint16_t flags;
+
+    /// An empty block at the end of the directory chain.
+    static DirBlock Empty(BlockFormat::BlockNumber number);
+
+    /// Reads a block of either version. False when the bytes are not the directory block `number`;
+    /// the record is then unspecified. Texts that fill their field are cut by one byte for the
+    /// closing NUL.
+    bool Unpack(const unsigned char* block, BlockFormat::BlockNumber number);
+
+    /// Writes the version 2 layout.
+    void Pack(unsigned char* block) const;
+
+    /// Feeds the block's share of the directory digest.
+    void AddTo(MD5& digest) const;
+};

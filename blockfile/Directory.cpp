@@ -1,0 +1,203 @@
+#include "blockfile/Directory.h"
+
+#include <TALVOutl/Strings.h>
+
+#include <algorithm>
+#include <cstring>
+
+using namespace BlockFormat;
+
+void Directory::Clear() {
+    index_.clear();
+    indexed_ = false;
+    shadowed_ = 0;
+    records_.clear();
+    isDirBlock_.clear();
+    entryCount_ = 0;
+    blocksWithFreeSlot_.clear();
+    changedBlocks_.clear();
+    firstNewBlock_ = 0;
+}
+
+void Directory::AppendLoaded(const DirBlock& block) {
+    Append(block);
+    const Slot first = static_cast<Slot>((records_.size() - 1) * kSlotsPerBlock);
+    for (Slot slot = first; slot < SlotCount(); ++slot) {
+        entryCount_ += IsInUse(slot) ? 1 : 0;
+    }
+    firstNewBlock_ = records_.size();
+    // An old block is brought to the present version by the next flush that has something to write.
+    if (block.header.signature != kSignature) {
+        MarkBlockChanged(records_.size() - 1);
+    }
+}
+
+void Directory::AppendNew(BlockNumber number) {
+    if (!records_.empty()) {
+        records_.back().block.header.next = number;
+        MarkBlockChanged(records_.size() - 1);
+    }
+    Append(DirBlock::Empty(number));
+    MarkBlockChanged(records_.size() - 1);
+}
+
+DirEntry& Directory::Entry(Slot slot) {
+    return records_[slot / kSlotsPerBlock].block.entries[slot % kSlotsPerBlock];
+}
+
+const DirEntry& Directory::Entry(Slot slot) const {
+    return records_[slot / kSlotsPerBlock].block.entries[slot % kSlotsPerBlock];
+}
+
+std::optional<Directory::Slot> Directory::NextInUse(Slot from) const {
+    for (Slot slot = from; slot < SlotCount(); ++slot) {
+        if (IsInUse(slot)) {
+            return slot;
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<Directory::Slot> Directory::Find(std::string_view name) const {
+    if (!indexed_) {
+        BuildIndex();
+    }
+    const auto found = index_.find(name);
+    return found == index_.end() ? std::nullopt : std::optional<Slot>(found->second);
+}
+
+std::optional<Directory::Slot> Directory::FreeSlot() const {
+    if (blocksWithFreeSlot_.empty()) {
+        return std::nullopt;
+    }
+    Slot slot = static_cast<Slot>(*blocksWithFreeSlot_.rbegin() * kSlotsPerBlock);
+    while (IsInUse(slot)) {
+        ++slot;
+    }
+    return slot;
+}
+
+void Directory::Occupy(Slot slot, std::string_view name, const char* time, BlockNumber firstBlock) {
+    DirEntry& entry = Entry(slot);
+    entry = DirEntry{};
+    name.copy(entry.name, DirEntry::kMaxNameLength);
+    std::memcpy(entry.created, time, sizeof entry.created);
+    std::memcpy(entry.modified, time, sizeof entry.modified);
+    entry.firstBlock = firstBlock;
+    ++entryCount_;
+    if (!HasFreeSlot(slot / kSlotsPerBlock)) {
+        blocksWithFreeSlot_.erase(slot / kSlotsPerBlock);
+    }
+    if (indexed_) {
+        index_.emplace(entry.name, slot);
+    }
+    MarkEntryChanged(slot);
+}
+
+void Directory::Free(Slot slot) {
+    if (indexed_) {
+        RemoveFromIndex(slot);
+    }
+    DirEntry& entry = Entry(slot);
+    entry.firstBlock = kNoBlock;
+    entry.size = 0;
+    --entryCount_;
+    ++records_[slot / kSlotsPerBlock].generations[slot % kSlotsPerBlock];
+    blocksWithFreeSlot_.insert(slot / kSlotsPerBlock);
+    MarkEntryChanged(slot);
+}
+
+std::uint32_t Directory::Generation(Slot slot) const {
+    return records_[slot / kSlotsPerBlock].generations[slot % kSlotsPerBlock];
+}
+
+void Directory::MarkBlockChanged(std::size_t index) {
+    if (!records_[index].changed) {
+        records_[index].changed = true;
+        changedBlocks_.push_back(index);
+    }
+}
+
+void Directory::MarkEntryChanged(Slot slot) {
+    MarkBlockChanged(slot / kSlotsPerBlock);
+}
+
+std::vector<std::size_t> Directory::TakeChanged() {
+    std::vector<std::size_t> order;
+    order.swap(changedBlocks_);
+    std::sort(order.begin(), order.end());
+    const auto firstNew = std::lower_bound(order.begin(), order.end(), firstNewBlock_);
+    std::rotate(order.begin(), firstNew, order.end());
+    for (const std::size_t index : order) {
+        records_[index].changed = false;
+        records_[index].block.header.signature = kSignature;
+    }
+    firstNewBlock_ = records_.size();
+    return order;
+}
+
+MD5::RawDigest Directory::Digest() const {
+    MD5 digest;
+    for (const Record& record : records_) {
+        record.block.AddTo(digest);
+    }
+    return digest.GetRawDigest();
+}
+
+std::size_t Directory::FoldedHash::operator()(std::string_view name) const {
+    // FNV-1a: one multiplication a byte, no copy of the folded name.
+    std::uint64_t hash = 14695981039346656037U;
+    for (const char c : name) {
+        hash = (hash ^ static_cast<unsigned char>(KrStdString::FoldClassic(c))) * 1099511628211U;
+    }
+    return static_cast<std::size_t>(hash);
+}
+
+bool Directory::FoldedEqual::operator()(std::string_view a, std::string_view b) const {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
+        return KrStdString::FoldClassic(left) == KrStdString::FoldClassic(right);
+    });
+}
+
+void Directory::Append(const DirBlock& block) {
+    records_.push_back({block});
+    const BlockNumber number = block.header.number;
+    if (number >= isDirBlock_.size()) {
+        isDirBlock_.resize(std::size_t{number} + 1);
+    }
+    isDirBlock_[number] = true;
+    if (HasFreeSlot(records_.size() - 1)) {
+        blocksWithFreeSlot_.insert(records_.size() - 1);
+    }
+}
+
+bool Directory::HasFreeSlot(std::size_t index) const {
+    const auto& entries = records_[index].block.entries;
+    return std::any_of(entries.begin(), entries.end(),
+                       [](const DirEntry& entry) { return entry.firstBlock == kNoBlock; });
+}
+
+Directory::Slot Directory::SlotCount() const {
+    return static_cast<Slot>(records_.size() * kSlotsPerBlock);
+}
+
+void Directory::BuildIndex() const {
+    index_.reserve(entryCount_);
+    for (auto slot = NextInUse(0); slot; slot = NextInUse(*slot + 1)) {
+        shadowed_ += index_.emplace(Entry(*slot).name, *slot).second ? 0 : 1;
+    }
+    indexed_ = true;
+}
+
+void Directory::RemoveFromIndex(Slot slot) {
+    const std::string_view name = Entry(slot).name;
+    index_.erase(name);
+    for (auto next = shadowed_ > 0 ? NextInUse(slot + 1) : std::nullopt; next;
+         next = NextInUse(*next + 1)) {
+        if (FoldedEqual()(Entry(*next).name, name)) {
+            index_.emplace(Entry(*next).name, *next);
+            --shadowed_;
+            return;
+        }
+    }
+}

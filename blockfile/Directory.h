@@ -1,0 +1,105 @@
+#pragma once
+
+#include "blockfile/DirBlock.h"
+
+#include <TALVOutl/MD5.h>
+
+#include <array>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <set>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+/// The chain of directory blocks in memory: finds entries by name, hands out free slots, and knows
+/// which blocks have changed since they were last written. Entries are numbered by slot: directory
+/// block times three, plus the slot within the block. Records stay where they are until Clear.
+class Directory {
+public:
+    using BlockNumber = BlockFormat::BlockNumber;
+    using Slot = std::uint32_t;
+
+    void Clear();
+
+    /// Appends a block as it was read from the file.
+    void AppendLoaded(const DirBlock& block);
+    /// Appends an empty block and links it to the one before.
+    void AppendNew(BlockNumber number);
+
+    bool IsEmpty() const { return records_.empty(); }
+    std::size_t BlockCount() const { return records_.size(); }
+    DirBlock& Block(std::size_t index) { return records_[index].block; }
+    const DirBlock& Block(std::size_t index) const { return records_[index].block; }
+    /// Whether a block of the file belongs to the directory.
+    bool HoldsBlock(BlockNumber number) const {
+        return number < isDirBlock_.size() && isDirBlock_[number];
+    }
+
+    DirEntry& Entry(Slot slot);
+    const DirEntry& Entry(Slot slot) const;
+    /// Number of slots in use.
+    std::size_t EntryCount() const { return entryCount_; }
+    /// The first slot in use at or after `from`.
+    std::optional<Slot> NextInUse(Slot from) const;
+    /// The first slot in use whose name is `name` without regard to case.
+    std::optional<Slot> Find(std::string_view name) const;
+    /// The lowest free slot of the last block that has one.
+    std::optional<Slot> FreeSlot() const;
+
+    /// Makes an entry in a free slot. `name` has at most DirEntry::kMaxNameLength bytes; `time` is
+    /// a time text.
+    void Occupy(Slot slot, std::string_view name, const char* time, BlockNumber firstBlock);
+    void Free(Slot slot);
+    /// Changes whenever a slot is freed, so that a slot taken anew is not mistaken for the old
+    /// entry.
+    std::uint32_t Generation(Slot slot) const;
+
+    void MarkBlockChanged(std::size_t index);
+    void MarkEntryChanged(Slot slot);
+    /// The blocks to write, by index, in the order that keeps the file whole if it is interrupted:
+    /// new blocks come before the older ones that lead to them. They count as unchanged from here
+    /// on.
+    std::vector<std::size_t> TakeChanged();
+
+    /// The digest over all blocks in chain order by which a free-list snapshot is recognised as
+    /// current.
+    MD5::RawDigest Digest() const;
+
+private:
+    struct FoldedHash {
+        std::size_t operator()(std::string_view name) const;
+    };
+    struct FoldedEqual {
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+    struct Record {
+        DirBlock block;
+        bool changed = false;
+        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
+    };
+
+    void Append(const DirBlock& block);
+    bool IsInUse(Slot slot) const { return Entry(slot).firstBlock != BlockFormat::kNoBlock; }
+    bool HasFreeSlot(std::size_t index) const;
+    Slot SlotCount() const;
+    void BuildIndex() const;
+    void RemoveFromIndex(Slot slot);
+
+    std::deque<Record> records_;
+    std::vector<bool> isDirBlock_;
+    std::size_t entryCount_ = 0;
+    std::set<std::size_t> blocksWithFreeSlot_;
+    std::vector<std::size_t> changedBlocks_;
+    /// Blocks from this index on have never been written.
+    std::size_t firstNewBlock_ = 0;
+
+    /// First slot of each name. Built at the first search, so that listing a file does not pay for
+    /// it; the keys look into the records.
+    mutable std::unordered_map<std::string_view, Slot, FoldedHash, FoldedEqual> index_;
+    mutable bool indexed_ = false;
+    /// Slots in use that the index does not hold because an earlier one has their name. Sound files
+    /// have none.
+    mutable std::size_t shadowed_ = 0;
+};

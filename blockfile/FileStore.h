@@ -1,0 +1,44 @@
+#pragma once
+
+#include "blockfile/ByteStore.h"
+
+#include <memory>
+
+/// The bytes of an ordinary file, through one window over the descriptor: reads are served from it,
+/// and neighbouring writes are gathered in it into one system call.
+class FileStore final : public ByteStore {
+public:
+    /// Opens a regular file, creating it empty (mode 0600) when it is missing, and locks it against
+    /// other programs: shared for reading, exclusively for reading and writing. Null when the file
+    /// cannot be had, without waiting.
+    static std::unique_ptr<FileStore> Open(const char* path, bool readOnly);
+
+    ~FileStore() override;
+
+    /// The file's length when it was opened.
+    std::uint64_t Length() const { return length_; }
+
+    std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) override;
+    bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
+    bool Flush() override;
+
+private:
+    FileStore(int descriptor, std::uint64_t length);
+
+    /// The window's bytes from `offset` to its end; 0 when `offset` lies outside.
+    std::size_t Available(std::uint64_t offset) const;
+    bool Load(std::uint64_t offset);
+    bool JoinsPending(std::uint64_t offset) const;
+    bool FitsWindow(std::uint64_t offset, std::size_t count) const;
+
+    const int descriptor_;
+    const std::uint64_t length_;
+    const std::unique_ptr<unsigned char[]> window_;
+    std::uint64_t windowStart_ = 0;
+    std::size_t windowLength_ = 0;
+    /// How much the last miss read; doubles while reading is sequential.
+    std::size_t readSize_ = 0;
+    /// The run of window bytes not yet written, as offsets into the window; empty when equal.
+    std::size_t pendingBegin_ = 0;
+    std::size_t pendingEnd_ = 0;
+};

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "blockfile/ByteStore.h"
+
+#include <iosfwd>
+#include <memory>
+#include <optional>
+
+/// The bytes of a caller's stream, reached through its buffer; a stream in a failed state fails
+/// every operation.
+class StreamStore final : public ByteStore {
+public:
+    enum class Ownership { Shared, Weak };
+
+    StreamStore(const std::shared_ptr<std::iostream>& stream, Ownership ownership);
+
+    /// The stream's length, found by seeking to its end and back; none when it cannot be had.
+    std::optional<std::uint64_t> MeasureLength();
+
+    std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) override;
+    bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
+    bool Flush() override;
+
+private:
+    const std::weak_ptr<std::iostream> stream_;
+    const std::shared_ptr<std::iostream> owned_;
+};

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "blockfile/BlockFormat.h"
+
+#include <cstdint>
+#include <vector>
+
+/// Which blocks of the file are in use, a byte a block.
+///
+/// A new block always takes the lowest free number, or the number after the highest. Index 0 stands
+/// for no block and is never given out.
+class UsageTable {
+public:
+    using BlockNumber = BlockFormat::BlockNumber;
+
+    UsageTable();
+
+    /// Records whether a block is in use; the table grows as needed.
+    void Set(BlockNumber number, bool inUse);
+
+    /// Takes a free block and marks it in use; kNoBlock when the numbers have run out.
+    BlockNumber Allocate();
+
+    bool IsUsed(BlockNumber number) const;
+    /// The highest block number the table knows.
+    BlockNumber Highest() const { return highest_; }
+    /// The highest index that the table has room for.
+    BlockNumber Capacity() const { return static_cast<BlockNumber>(flags_.size() - 1); }
+    BlockNumber CountUsed() const;
+    /// One byte a block, 1 or 0, from index 0 to Highest().
+    const unsigned char* Flags() const { return flags_.data(); }
+
+private:
+    void ExtendTo(BlockNumber number);
+    void AdvanceHint();
+
+    std::vector<unsigned char> flags_;
+    BlockNumber highest_ = 0;
+    /// The lowest free number, or the one after the highest.
+    BlockNumber hint_ = 1;
+};
