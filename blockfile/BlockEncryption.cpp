@@ -1,0 +1,144 @@
+#include "blockfile/CompoundFileServer.h"
+#include "blockfile/EngineGuard.h"
+
+#include <TALVOutl/MD5.h>
+
+#include <cstring>
+
+using namespace BlockFormat;
+
+namespace {
+
+bool IsEmpty(const char* password) {
+    return password == nullptr || *password == '\0';
+}
+
+std::unique_ptr<const BlowFish::Context> MakeCipher(const char* password) {
+    return std::make_unique<const BlowFish::Context>(password, std::strlen(password));
+}
+
+} // namespace
+
+bool CompoundFileServer::IsEncrypted() const {
+    return status_ == KrStreamE::Ok && HasPassword() && directory_.EntryCount() > 0;
+}
+
+bool CompoundFileServer::SetPassword(const char* password) {
+    if (status_ != KrStreamE::Ok && status_ != KrStreamE::PasswordRequired) {
+        return false;
+    }
+    if (!HasPassword()) {
+        return true;
+    }
+    try {
+        if (IsEmpty(password) ||
+            MD5(password).GetRawDigest() != directory_.Block(0).passwordDigest) {
+            return false;
+        }
+        cipher_ = MakeCipher(password);
+    } catch (...) {
+        return false;
+    }
+    status_ = KrStreamE::Ok;
+    return true;
+}
+
+KrStreamE::Status CompoundFileServer::Encrypt(const char* password) {
+    if (status_ == KrStreamE::Ok && IsEmpty(password)) {
+        return KrStreamE::Failed;
+    }
+    if (IsEncrypted()) {
+        Decrypt();
+    }
+    Guard([&] {
+        if (readOnly_) {
+            throw CompoundFileServerError{KrStreamE::Failed};
+        }
+        directoryDirty_ = true;
+        cipher_ = MakeCipher(password);
+        if (directory_.IsEmpty()) {
+            AppendDirBlock();
+        }
+    });
+    // The flag is not set yet, so blocks are read and written as they are.
+    ChangePayloads([this](DataBlock& block) {
+        cipher_->Encipher(block.Payload(), EncipheredLength(block.Used()), block.Number());
+    });
+    return Guard([&] { SetPasswordRecord(true, MD5(password).GetRawDigest()); });
+}
+
+KrStreamE::Status CompoundFileServer::Decrypt() {
+    if (!IsEncrypted()) {
+        return status_;
+    }
+    Guard([this] {
+        if (readOnly_) {
+            throw CompoundFileServerError{KrStreamE::Failed};
+        }
+        RequirePassword();
+        directoryDirty_ = true;
+    });
+    // Reading deciphers a block and writing enciphers it, as long as the flag stands. Deciphering
+    // once more in between lands the plain bytes on disk.
+    ChangePayloads([this](DataBlock& block) {
+        cipher_->Decipher(block.Payload(), EncipheredLength(block.Used()), block.Number());
+    });
+    return Guard([this] {
+        cipher_.reset();
+        SetPasswordRecord(false, {});
+    });
+}
+
+bool CompoundFileServer::HasPassword() const {
+    return !directory_.IsEmpty() && (directory_.Block(0).flags & kEncryptedFlag) != 0;
+}
+
+void CompoundFileServer::RequirePassword() const {
+    if (HasPassword() && cipher_ == nullptr) {
+        throw CompoundFileServerError{KrStreamE::PasswordRequired};
+    }
+}
+
+// Reads, changes and writes every block of every entry. Chains that run into each other are refused
+// beforehand, for a shared block would be changed twice.
+template <typename Change>
+KrStreamE::Status CompoundFileServer::ChangePayloads(Change change) {
+    if (status_ != KrStreamE::Ok) {
+        return status_;
+    }
+    if (!audit_.IsSound()) {
+        return Fail(KrStreamE::Failed);
+    }
+    Guard([&] {
+        for (auto slot = directory_.NextInUse(0); slot; slot = directory_.NextInUse(*slot + 1)) {
+            for (const BlockNumber number : CollectChain(directory_.Entry(*slot).firstBlock)) {
+                if (IsUnwritten(number)) {
+                    continue;
+                }
+                DataBlock block;
+                Check(FetchDataBlock(number, block));
+                change(block);
+                StoreDataBlock(block);
+            }
+        }
+    });
+    if (status_ != KrStreamE::Ok) {
+        DataBlock raw;
+        directory_.Block(0).Pack(raw.Image());
+        file_.Write(kFirstBlock, raw.Image());
+        return Fail(KrStreamE::Failed);
+    }
+    return status_;
+}
+
+void CompoundFileServer::SetPasswordRecord(bool encrypted, const MD5::RawDigest& digest) {
+    DirBlock& first = directory_.Block(0);
+    first.flags = static_cast<std::uint16_t>(encrypted ? first.flags | kEncryptedFlag
+                                                       : first.flags & ~kEncryptedFlag);
+    first.passwordDigest = digest;
+    directory_.MarkBlockChanged(0);
+    WriteDirBlock(0);
+    if (!file_.Flush()) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+}

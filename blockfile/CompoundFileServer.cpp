@@ -1,0 +1,190 @@
+#include "blockfile/CompoundFileServer.h"
+
+#include "blockfile/EngineGuard.h"
+#include "blockfile/FileStore.h"
+#include "blockfile/ServerRegistry.h"
+#include "blockfile/StreamStore.h"
+
+#include <TALVOutl/Paths.h>
+
+#include <algorithm>
+
+using namespace BlockFormat;
+
+CompoundFileServer::CompoundFileServer(std::shared_ptr<ServerRegistry> registry)
+    : registry_(std::move(registry)) {}
+
+CompoundFileServer::~CompoundFileServer() {
+    Close();
+}
+
+KrStreamE::Status CompoundFileServer::Open(const char* path, KrStreamE::OpenMode mode) {
+    Reset();
+    readOnly_ = mode != KrStreamE::ReadWrite;
+    try {
+        std::unique_ptr<FileStore> file =
+            path == nullptr ? nullptr : FileStore::Open(path, readOnly_);
+        if (file == nullptr) {
+            return Fail(KrStreamE::Failed);
+        }
+        const std::uint64_t length = file->Length();
+        if (OpenStore(std::move(file), length) == KrStreamE::Ok) {
+            path_ = KrGetCanonicalPath(path);
+        }
+        return status_;
+    } catch (...) {
+        Reset();
+        return Fail(KrStreamE::Failed);
+    }
+}
+
+KrStreamE::Status CompoundFileServer::Open(const std::shared_ptr<std::iostream>& stream) {
+    return OpenStream(stream, true, false);
+}
+
+KrStreamE::Status CompoundFileServer::Open(const std::shared_ptr<std::iostream>& stream,
+                                           bool callerKeepsStream) {
+    return OpenStream(stream, callerKeepsStream, true);
+}
+
+KrStreamE::Status CompoundFileServer::OpenStream(const std::shared_ptr<std::iostream>& stream,
+                                                 bool callerKeepsStream, bool measured) {
+    Reset();
+    readOnly_ = false;
+    try {
+        auto store = std::make_unique<StreamStore>(stream, callerKeepsStream
+                                                               ? StreamStore::Ownership::Weak
+                                                               : StreamStore::Ownership::Shared);
+        const std::optional<std::uint64_t> length = measured ? store->MeasureLength() : 0;
+        if (stream == nullptr || !length) {
+            return Fail(KrStreamE::Failed);
+        }
+        return OpenStore(std::move(store), *length);
+    } catch (...) {
+        Reset();
+        return Fail(KrStreamE::Failed);
+    }
+}
+
+KrStreamE::Status CompoundFileServer::OpenStore(std::unique_ptr<ByteStore> bytes,
+                                                std::uint64_t length) {
+    file_.Open(std::move(bytes), length);
+    status_ = KrStreamE::Ok;
+    if (Guard([this] { Load(); }) != KrStreamE::Ok) {
+        Reset();
+        Fail(KrStreamE::Failed);
+    }
+    return status_;
+}
+
+KrStreamE::Status CompoundFileServer::Close() {
+    const Status before = status_;
+    Guard([this] {
+        if (readOnly_) {
+            return;
+        }
+        if (directoryDirty_ || usageDirty_) {
+            WriteDirectory();
+        }
+        if (usageDirty_) {
+            WriteFreeList();
+        }
+    });
+    Reset();
+    return before;
+}
+
+void CompoundFileServer::Flush(bool force) {
+    Guard([this, force] {
+        if (!readOnly_ && (directoryDirty_ || force)) {
+            WriteDirectory();
+        }
+    });
+}
+
+std::string CompoundFileServer::FlushToString() {
+    std::string content;
+    Guard([this, &content] {
+        if (!readOnly_) {
+            WriteDirectory();
+            content = file_.Content();
+        }
+    });
+    return content;
+}
+
+void CompoundFileServer::Release(const char* name) {
+    const auto counted = name == nullptr ? openNames_.end() : openNames_.find(name);
+    if (counted != openNames_.end() && --counted->second == 0) {
+        openNames_.erase(counted);
+    }
+    if (--references_ == 0) {
+        registry_->Unregister(*this);
+        delete this;
+    }
+}
+
+KrStreamE::Status CompoundFileServer::Fail(Status status) {
+    status_ = status;
+    return status_;
+}
+
+void CompoundFileServer::Check(Status status) {
+    if (status != KrStreamE::Ok) {
+        throw CompoundFileServerError{status};
+    }
+}
+
+void CompoundFileServer::Reset() {
+    file_.Close();
+    formatVersion_ = 0;
+    path_.clear();
+    usage_ = UsageTable();
+    audit_ = ChainAudit();
+    unwritten_.clear();
+    directory_.Clear();
+    directoryDirty_ = false;
+    usageDirty_ = false;
+    cipher_.reset();
+    status_ = KrStreamE::NotOpen;
+}
+
+void CompoundFileServer::Load() {
+    if (file_.Length() % kBlockSize != 0 || file_.BlockCount() > kMaxBlockNumber) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+    LoadDirectory();
+    if (!readOnly_) {
+        LoadUsage();
+    }
+}
+
+void CompoundFileServer::LoadDirectory() {
+    if (file_.BlockCount() == 0) {
+        return;
+    }
+    DirBlock block;
+    for (BlockNumber number = kFirstBlock; number != kNoBlock; number = block.header.next) {
+        // A second visit means that the chain runs in a circle.
+        if (directory_.HoldsBlock(number)) {
+            throw CompoundFileServerError{KrStreamE::Failed};
+        }
+        ReadDirBlock(number, block);
+        directory_.AppendLoaded(block);
+    }
+    formatVersion_ = VersionOf(directory_.Block(0).header.signature);
+}
+
+void CompoundFileServer::LoadUsage() {
+    const std::optional<HeaderScan> scan = HeaderScan::Of(file_);
+    if (!scan) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+    audit_ = ChainAudit(*scan, directory_, usage_);
+    const std::vector<unsigned char> snapshot = ReadFreeList();
+    for (BlockNumber number = 1; number < snapshot.size(); ++number) {
+        if (snapshot[number] != 0) {
+            usage_.Set(number, true);
+        }
+    }
+}

@@ -1,0 +1,182 @@
+#pragma once
+
+#include "blockfile/BlockFile.h"
+#include "blockfile/ChainAudit.h"
+#include "blockfile/DataBlock.h"
+#include "blockfile/Directory.h"
+#include "blockfile/UsageTable.h"
+
+#include <TALVOkrstream/CompoundFile.h>
+#include <TALVOutl/BlowFish.h>
+#include <TALVOutl/TimeUtl.h>
+
+#include <ctime>
+#include <iosfwd>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+class ServerRegistry;
+
+/// Thrown inside an operation of the engine to end it, and caught in that operation.
+struct CompoundFileServerError {
+    KrStreamE::Status status;
+};
+
+/// The engine that owns one open block file: it conducts the file's blocks, the directory, the
+/// usage table and the cipher, and answers every operation with a status, never with an exception.
+/// A status other than Ok stops all further input and output; operations then return it unchanged.
+///
+/// Except for the lock around each read of a block, callers serialise access.
+class CompoundFileServer {
+public:
+    using Status = KrStreamE::Status;
+    using BlockNumber = BlockFormat::BlockNumber;
+
+    /// An entry as streams hold it: its slot, and which use of the slot is meant.
+    struct EntryRef {
+        Directory::Slot slot;
+        std::uint32_t generation;
+    };
+
+    /// A closed engine with one reference. It keeps `registry` alive and tells it when its last
+    /// reference goes.
+    explicit CompoundFileServer(std::shared_ptr<ServerRegistry> registry);
+    ~CompoundFileServer();
+    CompoundFileServer(const CompoundFileServer&) = delete;
+    CompoundFileServer& operator=(const CompoundFileServer&) = delete;
+
+    // Opening and closing. What an engine has open is dropped, not written, by a further Open.
+    Status Open(const char* path, KrStreamE::OpenMode mode);
+    /// Treats the stream as new and empty; refers to it weakly.
+    Status Open(const std::shared_ptr<std::iostream>& stream);
+    Status Open(const std::shared_ptr<std::iostream>& stream, bool callerKeepsStream);
+    /// Writes the directory and the free-list entry where they are out of date; returns the status
+    /// from before.
+    Status Close();
+    /// Writes changed directory blocks when there is something to write, or when forced.
+    void Flush(bool force);
+    std::string FlushToString();
+
+    // References: one for each handle and each entry stream.
+    void AddReference() { ++references_; }
+    /// Gives one back; the last one unregisters, closes and destroys the engine. `name` is the
+    /// entry of a stream.
+    void Release(const char* name);
+    void CountOpenName(const std::string& name) { ++openNames_[name]; }
+
+    // State.
+    Status GetStatus() const { return status_; }
+    bool IsReadOnly() const { return readOnly_; }
+    int GetFormatVersion() const { return formatVersion_; }
+    const std::string& GetPath() const { return path_; }
+    int GetNumDirEntrys() const { return static_cast<int>(directory_.EntryCount()); }
+    int GetNumDirBlocks() const { return static_cast<int>(directory_.BlockCount()); }
+    int GetNumUsedBlocks() const { return static_cast<int>(usage_.CountUsed()); }
+
+    // Directory. Cursors are slot numbers.
+    bool Exists(const char* name) const { return Lookup(name).has_value(); }
+    const DirEntry* GetFirstDirEntry(unsigned long& index) const;
+    const DirEntry* GetNextDirEntry(unsigned long& index) const;
+    bool DeleteCFFile(const char* name);
+    std::optional<EntryRef> FindEntry(const char* name) const;
+    /// Makes an empty entry. None when the name is too long, the engine cannot be written, or the
+    /// write failed.
+    std::optional<EntryRef> CreateEntry(const char* name);
+    /// Whether the reference still means the entry that it was made for.
+    bool IsCurrent(const EntryRef& entry) const;
+    DirEntry& Entry(const EntryRef& entry) { return directory_.Entry(entry.slot); }
+    /// To be called after each change of an entry's record.
+    void EntryChanged(const EntryRef& entry);
+    /// The current local time as a time text.
+    const char* TimeText();
+
+    // Data blocks.
+    Status ReadDataBlock(BlockNumber number, DataBlock& block);
+    /// The number of the block that follows `number` in its chain, without deciphering anything.
+    Status ReadLink(BlockNumber number, BlockNumber& next);
+    Status WriteDataBlock(const DataBlock& block);
+    /// Takes a free block and makes `block` its empty record; WriteDataBlock is still to come.
+    Status AllocateBlock(DataBlock& block);
+    /// As many blocks as the longest sound chain can have.
+    std::uint64_t ChainLimit() const;
+    /// A chain was found to run in a circle.
+    void ReportDamage() { Fail(KrStreamE::Failed); }
+
+    // Encryption.
+    bool IsEncrypted() const;
+    Status Encrypt(const char* password);
+    Status Decrypt();
+    bool SetPassword(const char* password);
+
+    /// Whether a block was given out and its stream has not written it yet: nothing sound stands at
+    /// its place, and nobody but that stream may take it for a part of the chain.
+    bool IsUnwritten(BlockNumber number) const;
+
+private:
+    using Chain = std::vector<BlockNumber>;
+
+    Status Fail(Status status);
+    /// Runs an operation unless the engine has failed; what it throws becomes the engine's status.
+    template <typename Action>
+    Status Guard(Action action);
+    static void Check(Status status);
+
+    Status OpenStore(std::unique_ptr<ByteStore> bytes, std::uint64_t length);
+    Status OpenStream(const std::shared_ptr<std::iostream>& stream, bool callerKeepsStream,
+                      bool measured);
+    void Reset();
+    void Load();
+    void LoadDirectory();
+    void LoadUsage();
+
+    std::optional<Directory::Slot> Lookup(const char* name) const;
+    std::optional<EntryRef> MakeEntry(const char* name);
+    void RemoveEntry(Directory::Slot slot);
+    Directory::Slot TakeSlot();
+    void AppendDirBlock();
+    void ReadDirBlock(BlockNumber number, DirBlock& block);
+    void WriteDirBlock(std::size_t index);
+    void WriteDirectory();
+
+    Status FetchBlock(BlockNumber number, DataBlock& block, std::size_t count);
+    Status FetchDataBlock(BlockNumber number, DataBlock& block);
+    void StoreDataBlock(const DataBlock& block);
+    void StoreImage(BlockNumber number, bool inUse, const unsigned char* image);
+    BlockNumber TakeBlock();
+    void ForgetUnwritten(BlockNumber number);
+    Chain CollectChain(BlockNumber first);
+    void FreeChain(BlockNumber first);
+
+    std::vector<unsigned char> ReadFreeList();
+    void WriteFreeList();
+    void WriteFreeListBlocks(const Chain& chain, const std::vector<unsigned char>& content);
+
+    bool HasPassword() const;
+    void RequirePassword() const;
+    template <typename Change>
+    Status ChangePayloads(Change change);
+    void SetPasswordRecord(bool encrypted, const MD5::RawDigest& digest);
+
+    int formatVersion_ = 0;
+    std::string path_;
+    BlockFile file_;
+    UsageTable usage_;
+    ChainAudit audit_;
+    /// One block for each stream that is extending its entry.
+    std::vector<BlockNumber> unwritten_;
+    bool readOnly_ = false;
+    Directory directory_;
+    bool directoryDirty_ = false;
+    std::unique_ptr<const BlowFish::Context> cipher_;
+    Status status_ = KrStreamE::NotOpen;
+    bool usageDirty_ = false;
+    std::time_t timeOfText_ = -1;
+    char timeText_[kTimeTextSize] = {};
+
+    std::uint32_t references_ = 1;
+    std::map<std::string, int> openNames_;
+    std::shared_ptr<ServerRegistry> registry_;
+};

@@ -1,0 +1,133 @@
+#include "blockfile/CompoundFileServer.h"
+#include "blockfile/EngineGuard.h"
+
+#include <cstring>
+
+using namespace BlockFormat;
+
+const DirEntry* CompoundFileServer::GetFirstDirEntry(unsigned long& index) const {
+    const std::optional<Directory::Slot> slot = directory_.NextInUse(0);
+    index = slot.value_or(0);
+    return slot ? &directory_.Entry(*slot) : nullptr;
+}
+
+const DirEntry* CompoundFileServer::GetNextDirEntry(unsigned long& index) const {
+    const std::optional<Directory::Slot> slot =
+        directory_.NextInUse(static_cast<Directory::Slot>(index + 1));
+    index = slot.value_or(static_cast<Directory::Slot>(index));
+    return slot ? &directory_.Entry(*slot) : nullptr;
+}
+
+bool CompoundFileServer::DeleteCFFile(const char* name) {
+    const std::optional<Directory::Slot> slot = Lookup(name);
+    return slot && !readOnly_ && Guard([&] { RemoveEntry(*slot); }) == KrStreamE::Ok;
+}
+
+std::optional<CompoundFileServer::EntryRef> CompoundFileServer::FindEntry(const char* name) const {
+    const std::optional<Directory::Slot> slot = Lookup(name);
+    return slot ? std::optional<EntryRef>({*slot, directory_.Generation(*slot)}) : std::nullopt;
+}
+
+std::optional<CompoundFileServer::EntryRef> CompoundFileServer::CreateEntry(const char* name) {
+    std::optional<EntryRef> made;
+    Guard([&] { made = MakeEntry(name); });
+    return made;
+}
+
+bool CompoundFileServer::IsCurrent(const EntryRef& entry) const {
+    return directory_.Generation(entry.slot) == entry.generation;
+}
+
+void CompoundFileServer::EntryChanged(const EntryRef& entry) {
+    directory_.MarkEntryChanged(entry.slot);
+    directoryDirty_ = true;
+}
+
+const char* CompoundFileServer::TimeText() {
+    const std::time_t now = std::time(nullptr);
+    if (now != timeOfText_) {
+        std::tm local{};
+        krlocaltime_r(now, local);
+        krasctime_r(local, timeText_);
+        timeOfText_ = now;
+    }
+    return timeText_;
+}
+
+std::optional<Directory::Slot> CompoundFileServer::Lookup(const char* name) const {
+    try {
+        return name == nullptr ? std::nullopt : directory_.Find(name);
+    } catch (...) {
+        return std::nullopt;
+    }
+}
+
+std::optional<CompoundFileServer::EntryRef> CompoundFileServer::MakeEntry(const char* name) {
+    if (readOnly_ || std::strlen(name) > DirEntry::kMaxNameLength) {
+        return std::nullopt;
+    }
+    RequirePassword();
+    directoryDirty_ = true;
+    const Directory::Slot slot = TakeSlot();
+    DataBlock block;
+    block.Reset(TakeBlock());
+    block.ClearUnused();
+    directory_.Occupy(slot, name, TimeText(), block.Number());
+    try {
+        StoreDataBlock(block);
+    } catch (...) {
+        directory_.Free(slot);
+        usage_.Set(block.Number(), false);
+        throw;
+    }
+    return EntryRef{slot, directory_.Generation(slot)};
+}
+
+void CompoundFileServer::RemoveEntry(Directory::Slot slot) {
+    RequirePassword();
+    FreeChain(directory_.Entry(slot).firstBlock);
+    directory_.Free(slot);
+    directoryDirty_ = true;
+}
+
+Directory::Slot CompoundFileServer::TakeSlot() {
+    if (!directory_.FreeSlot()) {
+        AppendDirBlock();
+    }
+    return *directory_.FreeSlot();
+}
+
+void CompoundFileServer::AppendDirBlock() {
+    directory_.AppendNew(TakeBlock());
+    directoryDirty_ = true;
+    // Written at once, though it is still empty: the entry's data come to stand behind it, and a
+    // hole left by a crash would keep the file from being opened for writing.
+    WriteDirBlock(directory_.BlockCount() - 1);
+}
+
+void CompoundFileServer::ReadDirBlock(BlockNumber number, DirBlock& block) {
+    DataBlock raw;
+    if (!file_.Contains(number)) {
+        throw CompoundFileServerError{KrStreamE::BeyondEnd};
+    }
+    if (!file_.Read(number, raw.Image(), kBlockSize) || !block.Unpack(raw.Image(), number)) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+}
+
+void CompoundFileServer::WriteDirBlock(std::size_t index) {
+    const DirBlock& block = directory_.Block(index);
+    DataBlock raw;
+    block.Pack(raw.Image());
+    StoreImage(block.header.number, block.header.inUse != 0, raw.Image());
+}
+
+void CompoundFileServer::WriteDirectory() {
+    for (const std::size_t index : directory_.TakeChanged()) {
+        WriteDirBlock(index);
+    }
+    directoryDirty_ = false;
+    if (!file_.Flush()) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+}

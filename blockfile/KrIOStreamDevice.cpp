@@ -1,0 +1,281 @@
+#include "blockfile/KrIOStreamDevice.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+using namespace BlockFormat;
+
+namespace {
+
+constexpr char kReadError[] = "Error in KrIOStreamDevice::read";
+constexpr char kWriteError[] = "Error in KrIOStreamDevice::write";
+constexpr char kSeekError[] = "Error in KrIOStreamDevice::seek";
+constexpr char kFlushError[] = "Error in KrIOStreamDevice::flush";
+
+} // namespace
+
+class KrIOStreamDevice::Data {
+public:
+    Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry);
+    ~Data();
+    Data(const Data&) = delete;
+    Data& operator=(const Data&) = delete;
+
+    std::streamsize Read(char* bytes, std::size_t count);
+    std::size_t Write(const char* bytes, std::size_t count);
+    std::uint64_t Seek(std::int64_t offset, std::ios_base::seekdir direction);
+    void Flush();
+
+private:
+    DirEntry& Entry() { return engine_.Entry(entry_); }
+    bool IsUsable() const { return engine_.GetStatus() == KrStreamE::Ok && IsAlive(); }
+    /// False once the entry has been deleted or made anew: its blocks may be somebody else's by
+    /// now.
+    bool IsAlive() const { return engine_.IsCurrent(entry_); }
+    void Require(bool condition, const char* error) const;
+
+    std::size_t OffsetInBlock() const { return static_cast<std::size_t>(position_ % kPayloadSize); }
+    std::size_t BlockOfPosition() const {
+        return static_cast<std::size_t>(position_ / kPayloadSize);
+    }
+    BlockNumber NextOfCurrent() const;
+    bool EndsInFullBlock() const;
+
+    bool GoToBlock(std::size_t index);
+    bool ExtendKnownChain(std::size_t index);
+    bool GoToBlockOrAppend(std::size_t index);
+    bool AppendBlock();
+    bool WriteCurrent();
+
+    CompoundFileServer& engine_;
+    const CompoundFileServer::EntryRef entry_;
+    const std::string name_;
+    std::unique_ptr<DataBlock> current_;
+    std::unique_ptr<DataBlock> spare_;
+    /// Index of the current block in the chain.
+    std::size_t blockIndex_ = 0;
+    std::uint64_t position_ = 0;
+    /// The chain's blocks visited so far, from its beginning.
+    std::vector<BlockNumber> chain_;
+    /// The current block holds changes that are not written yet.
+    bool dirty_ = false;
+    bool written_ = false;
+};
+
+KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry)
+    : engine_(engine),
+      entry_(entry),
+      name_(engine.Entry(entry).name),
+      current_(std::make_unique<DataBlock>()),
+      spare_(std::make_unique<DataBlock>()) {
+    const BlockNumber first = Entry().firstBlock;
+    if (engine_.ReadDataBlock(first, *current_) == KrStreamE::Ok) {
+        chain_.push_back(first);
+    } else {
+        current_.reset();
+    }
+    engine_.AddReference();
+}
+
+KrIOStreamDevice::Data::~Data() {
+    if (dirty_ && IsAlive()) {
+        current_->ClearUnused();
+        engine_.WriteDataBlock(*current_);
+    }
+    engine_.Flush(written_);
+    engine_.Release(name_.c_str());
+}
+
+std::streamsize KrIOStreamDevice::Data::Read(char* bytes, std::size_t count) {
+    Require(IsUsable(), kReadError);
+    const std::uint64_t size = Entry().size;
+    if (position_ == size) {
+        return -1;
+    }
+    count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size - position_));
+    std::size_t done = 0;
+    while (done < count) {
+        const bool found = GoToBlock(BlockOfPosition());
+        // Only in the last block of a chain can there be less than a full payload.
+        const std::size_t held =
+            found ? (NextOfCurrent() == kNoBlock ? current_->Used() : kPayloadSize) : 0;
+        if (held <= OffsetInBlock()) {
+            Require(done > 0 && IsUsable(), kReadError);
+            return static_cast<std::streamsize>(done);
+        }
+        const std::size_t piece = std::min(count - done, held - OffsetInBlock());
+        std::memcpy(bytes + done, current_->Payload() + OffsetInBlock(), piece);
+        done += piece;
+        position_ += piece;
+    }
+    // A chain that ends in a full block was made by another writer; it gets the empty block that
+    // belongs there.
+    if (position_ == size && EndsInFullBlock() && !engine_.IsReadOnly()) {
+        Require(AppendBlock(), kReadError);
+    }
+    return static_cast<std::streamsize>(done);
+}
+
+std::size_t KrIOStreamDevice::Data::Write(const char* bytes, std::size_t count) {
+    Require(IsUsable(), kWriteError);
+    // A read-only engine refuses the block, which leaves it failed; its directory in memory stays
+    // as it was.
+    Require(!engine_.IsReadOnly() || engine_.WriteDataBlock(*current_) == KrStreamE::Ok,
+            kWriteError);
+    written_ = true;
+    std::size_t done = 0;
+    while (done < count && current_ != nullptr) {
+        Require(GoToBlockOrAppend(BlockOfPosition()), kWriteError);
+        const std::size_t offset = OffsetInBlock();
+        // Bytes that the chain does not hold cannot be skipped over.
+        Require(NextOfCurrent() != kNoBlock || offset <= current_->Used(), kWriteError);
+        const std::size_t piece = std::min(count - done, kPayloadSize - offset);
+        std::memcpy(current_->Payload() + offset, bytes + done, piece);
+        dirty_ = true;
+        current_->SetUsed(std::max(current_->Used(), offset + piece));
+        if (offset + piece == kPayloadSize && NextOfCurrent() == kNoBlock) {
+            Require(AppendBlock(), kWriteError);
+        }
+        done += piece;
+        position_ += piece;
+        if (position_ > Entry().size) {
+            Entry().size = position_;
+            engine_.EntryChanged(entry_);
+        }
+    }
+    return done;
+}
+
+std::uint64_t KrIOStreamDevice::Data::Seek(std::int64_t offset, std::ios_base::seekdir direction) {
+    Require(IsUsable(), kSeekError);
+    const std::uint64_t size = Entry().size;
+    std::uint64_t target = static_cast<std::uint64_t>(offset);
+    if (direction == std::ios_base::cur) {
+        target += position_;
+    } else if (direction == std::ios_base::end) {
+        target += size;
+    } else if (direction != std::ios_base::beg) {
+        return position_;
+    }
+    // Unsigned, so that a target before the beginning is beyond the end as well.
+    position_ = std::min(target, size);
+    Require(position_ <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()),
+            kSeekError);
+    return position_;
+}
+
+void KrIOStreamDevice::Data::Flush() {
+    Require(IsUsable(), kFlushError);
+    Require(WriteCurrent(), kFlushError);
+}
+
+void KrIOStreamDevice::Data::Require(bool condition, const char* error) const {
+    if (!condition) {
+        throw KrIOException(error);
+    }
+}
+
+// A block that another stream has appended and not written yet is not there for this one.
+BlockNumber KrIOStreamDevice::Data::NextOfCurrent() const {
+    const BlockNumber next = current_->Next();
+    return engine_.IsUnwritten(next) ? kNoBlock : next;
+}
+
+bool KrIOStreamDevice::Data::EndsInFullBlock() const {
+    return current_ != nullptr && OffsetInBlock() == 0 && position_ > 0 &&
+           blockIndex_ + 1 == BlockOfPosition() && current_->Next() == kNoBlock;
+}
+
+// Makes block `index` of the chain the current one; false when the chain ends before it or the
+// engine fails.
+bool KrIOStreamDevice::Data::GoToBlock(std::size_t index) {
+    if (current_ == nullptr || index == blockIndex_) {
+        return current_ != nullptr;
+    }
+    if (!WriteCurrent() || !ExtendKnownChain(index) ||
+        engine_.ReadDataBlock(chain_[index], *current_) != KrStreamE::Ok) {
+        return false;
+    }
+    blockIndex_ = index;
+    return true;
+}
+
+// Follows links from the last block known until block `index` is known too.
+bool KrIOStreamDevice::Data::ExtendKnownChain(std::size_t index) {
+    while (chain_.size() <= index) {
+        BlockNumber next = current_->Next();
+        const bool atLast = blockIndex_ + 1 == chain_.size();
+        if (!atLast && engine_.ReadLink(chain_.back(), next) != KrStreamE::Ok) {
+            return false;
+        }
+        if (next == kNoBlock || engine_.IsUnwritten(next)) {
+            return false;
+        }
+        if (chain_.size() >= engine_.ChainLimit()) {
+            engine_.ReportDamage();
+            return false;
+        }
+        chain_.push_back(next);
+    }
+    return true;
+}
+
+bool KrIOStreamDevice::Data::GoToBlockOrAppend(std::size_t index) {
+    if (GoToBlock(index)) {
+        return true;
+    }
+    return engine_.GetStatus() == KrStreamE::Ok && index > 0 && index == chain_.size() &&
+           GoToBlock(index - 1) && EndsInFullBlock() && AppendBlock();
+}
+
+// Links a new, empty block to the current one, which is the chain's last, and goes there. The full
+// block is written once, with its link in it.
+bool KrIOStreamDevice::Data::AppendBlock() {
+    if (engine_.AllocateBlock(*spare_) != KrStreamE::Ok) {
+        return false;
+    }
+    current_->SetNext(spare_->Number());
+    dirty_ = true;
+    if (!WriteCurrent()) {
+        return false;
+    }
+    current_.swap(spare_);
+    chain_.push_back(current_->Number());
+    ++blockIndex_;
+    dirty_ = true;
+    return true;
+}
+
+bool KrIOStreamDevice::Data::WriteCurrent() {
+    if (!dirty_) {
+        return true;
+    }
+    std::memcpy(Entry().modified, engine_.TimeText(), sizeof(DirEntry::modified));
+    engine_.EntryChanged(entry_);
+    current_->ClearUnused();
+    dirty_ = false;
+    return engine_.WriteDataBlock(*current_) == KrStreamE::Ok;
+}
+
+KrIOStreamDevice::KrIOStreamDevice(CompoundFileServer& engine,
+                                   const CompoundFileServer::EntryRef& entry)
+    : data_(std::make_shared<Data>(engine, entry)) {}
+
+std::streamsize KrIOStreamDevice::read(char* bytes, std::streamsize n) {
+    return data_->Read(bytes, static_cast<std::size_t>(n));
+}
+
+std::streamsize KrIOStreamDevice::write(const char* bytes, std::streamsize n) {
+    return static_cast<std::streamsize>(data_->Write(bytes, static_cast<std::size_t>(n)));
+}
+
+std::streampos KrIOStreamDevice::seek(boost::iostreams::stream_offset offset,
+                                      std::ios_base::seekdir direction) {
+    return static_cast<std::streamoff>(data_->Seek(offset, direction));
+}
+
+bool KrIOStreamDevice::flush() {
+    data_->Flush();
+    return true;
+}

@@ -1,0 +1,65 @@
+#include "compoundfile/Servers.h"
+
+#include "blockfile/CompoundFileServer.h"
+
+#include <TALVOutl/Paths.h>
+#include <TALVOutl/Strings.h>
+
+#include <boost/thread/lock_types.hpp>
+
+std::shared_ptr<Servers> Servers::Get() {
+    static const std::shared_ptr<Servers> servers = std::make_shared<Servers>();
+    return servers;
+}
+
+CompoundFileServer* Servers::AcquireByPath(const char* path, KrStreamE::OpenMode mode) {
+    CompoundFileServer* const open = Find(KrGetCanonicalPath(path));
+    if (open != nullptr) {
+        open->AddReference();
+        return open;
+    }
+    return Create(path, mode);
+}
+
+CompoundFileServer* Servers::OpenStream(const std::shared_ptr<std::iostream>& stream) {
+    return Create(stream);
+}
+
+CompoundFileServer* Servers::OpenStream(const std::shared_ptr<std::iostream>& stream,
+                                        bool callerKeepsStream) {
+    return Create(stream, callerKeepsStream);
+}
+
+CompoundFileServer* Servers::Find(const std::string& canonicalPath) {
+    const boost::unique_lock<boost::mutex> lock(mutex_);
+    const auto found = engines_.find(canonicalPath);
+    return found == engines_.end() ? nullptr : found->second;
+}
+
+void Servers::Register(CompoundFileServer& engine) {
+    if (!engine.GetPath().empty()) {
+        const boost::unique_lock<boost::mutex> lock(mutex_);
+        engines_.emplace(engine.GetPath(), &engine);
+    }
+}
+
+void Servers::Unregister(const CompoundFileServer& engine) {
+    if (!engine.GetPath().empty()) {
+        const boost::unique_lock<boost::mutex> lock(mutex_);
+        engines_.erase(engine.GetPath());
+    }
+}
+
+bool Servers::PathOrder::operator()(const std::string& a, const std::string& b) const {
+    return KrStdString::CompareNoCase(a, b, locale) < 0;
+}
+
+template <typename... Arguments>
+CompoundFileServer* Servers::Create(const Arguments&... arguments) {
+    auto engine = std::make_unique<CompoundFileServer>(shared_from_this());
+    if (engine->Open(arguments...) != KrStreamE::Ok) {
+        return nullptr;
+    }
+    Register(*engine);
+    return engine.release();
+}
