@@ -131,6 +131,7 @@ std::vector<std::size_t> Directory::TakeChanged() {
     for (const std::size_t index : order) {
         records_[index].changed = false;
         records_[index].block.header.signature = kSignature;
+        records_[index].block.header.inUse = 1;
     }
     firstNewBlock_ = records_.size();
     return order;

@@ -53,6 +53,9 @@ KrStreamE::Status CompoundFileServer::FetchBlock(BlockNumber number, DataBlock& 
 
 KrStreamE::Status CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlock& block) {
     const Status status = FetchBlock(number, block, kBlockSize);
+    // A crash can leave the mark of a block that is part of a chain at free; written back like
+    // that, the block would be given to somebody else.
+    block.SetInUse(true);
     if (status != KrStreamE::Ok || !IsEncrypted()) {
         return status;
     }

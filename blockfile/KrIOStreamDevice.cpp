@@ -159,9 +159,10 @@ std::uint64_t KrIOStreamDevice::Data::Seek(std::int64_t offset, std::ios_base::s
         return position_;
     }
     // Unsigned, so that a target before the beginning is beyond the end as well.
-    position_ = std::min(target, size);
-    Require(position_ <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()),
+    target = std::min(target, size);
+    Require(target <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()),
             kSeekError);
+    position_ = target;
     return position_;
 }
 

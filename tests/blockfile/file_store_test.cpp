@@ -1,0 +1,64 @@
+#include "blockfile/FileStore.h"
+#include "tests/support/Entries.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace {
+
+const unsigned char* Bytes(const std::string& text) {
+    return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+TEST(FileStore, BehavesLikeAString) {
+    const TempFolder folder;
+    std::mt19937 random(1);
+    std::string model;
+    const auto store = FileStore::Open((folder / "f").c_str(), false);
+    ASSERT_NE(store, nullptr);
+    for (int step = 0; step < 3000; ++step) {
+        const std::size_t count = 1 + random() % 3000;
+        const std::size_t near = model.size() > 5000 ? model.size() - 5000 : 0;
+        const std::size_t at = random() % 4 == 0 ? random() % (model.size() + 1)
+                                                 : near + random() % (model.size() - near + 1);
+        if (random() % 2 == 0) {
+            const std::string bytes = Pattern(count, static_cast<unsigned>(random()));
+            ASSERT_TRUE(store->Write(at, Bytes(bytes), count));
+            model.resize(std::max(model.size(), at + count));
+            model.replace(at, count, bytes);
+        } else {
+            std::string bytes(count, '\0');
+            bytes.resize(store->Read(at, reinterpret_cast<unsigned char*>(&bytes[0]), count));
+            ASSERT_EQ(bytes, model.substr(at, count)) << step;
+        }
+    }
+    ASSERT_TRUE(store->Flush());
+    EXPECT_EQ(ReadFile(folder / "f"), model);
+}
+
+// A later write never overtakes an earlier one on its way to the disk, unless both are one piece.
+TEST(FileStore, KeepsTheOrderOfWrites) {
+    const TempFolder folder;
+    const auto store = FileStore::Open((folder / "f").c_str(), false);
+    const std::string block(1024, 'x');
+    for (std::uint64_t offset = 0; offset < 4096; offset += 1024) {
+        ASSERT_TRUE(store->Write(offset, Bytes(block), 1024));
+    }
+    EXPECT_EQ(ReadFile(folder / "f").size(), 0U) << "neighbours are gathered";
+    ASSERT_TRUE(store->Flush());
+    const std::string later(1024, 'y');
+    ASSERT_TRUE(store->Write(3072, Bytes(later), 1024));
+    ASSERT_TRUE(store->Write(1024, Bytes(later), 1024));
+    EXPECT_EQ(ReadFile(folder / "f"), block + block + block + later);
+    ASSERT_TRUE(store->Flush());
+    EXPECT_EQ(ReadFile(folder / "f"), block + later + block + later);
+}
+
+TEST(FileStore, FullDiskIsAnError) {
+    const auto store = FileStore::Open("/dev/full", false);
+    EXPECT_EQ(store, nullptr) << "no regular file";
+}
+
+} // namespace

@@ -1,0 +1,196 @@
+#include "tests/support/Entries.h"
+#include "tests/support/RawFile.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Format : public testing::Test {
+protected:
+    void Open(KrStreamE::OpenMode mode = KrStreamE::ReadWrite) {
+        ASSERT_EQ(file_.Open(path_.c_str(), mode), KrStreamE::Ok);
+    }
+    /// Closes the file; its bytes have to obey every rule.
+    RawFile Closed() {
+        EXPECT_EQ(file_.Close(), KrStreamE::Ok);
+        RawFile raw(ReadFile(path_));
+        EXPECT_EQ(raw.Faults(), "");
+        return raw;
+    }
+
+    TempFolder folder_;
+    const std::string path_ = folder_ / "file";
+    CompoundFile file_;
+};
+
+TEST_F(Format, FirstEntryMakesDirectoryThenData) {
+    Open();
+    EXPECT_EQ(file_.GetNumUsedBlocks(), 0);
+    ASSERT_TRUE(Put(file_, "first", "abc"));
+    EXPECT_EQ(file_.GetNumUsedBlocks(), 2);
+    const RawFile raw = Closed();
+    EXPECT_EQ(raw.BlockCount(), 3U);
+    EXPECT_EQ(raw.Find("first").firstBlock, 2U);
+    EXPECT_EQ(raw.Text(RawFile::At(2, 21), 1003), "abc");
+    EXPECT_EQ(raw.Find("kravonel_block_file_free_list").size, 3U + 20);
+}
+
+TEST_F(Format, PayloadsFillBlocksAndNeverEndFull) {
+    const std::size_t sizes[] = {0, 1, 1002, 1003, 1004, 2006, 2007, 10240, 100000};
+    Open();
+    for (const std::size_t size : sizes) {
+        ASSERT_TRUE(Put(file_, std::to_string(size), Pattern(size, 1)));
+    }
+    const RawFile raw = Closed();
+    for (const std::size_t size : sizes) {
+        const std::uint32_t first = raw.Find(std::to_string(size)).firstBlock;
+        EXPECT_EQ(raw.Chain(first).size(), size / 1003 + 1) << size;
+        EXPECT_EQ(raw.Content(first), Pattern(size, 1)) << size;
+    }
+}
+
+TEST_F(Format, NewEntryTakesLastBlockWithAFreeSlotAndItsLowestSlot) {
+    Open();
+    for (const char* name : {"0", "1", "2", "3", "4", "5", "6"}) {
+        ASSERT_TRUE(Put(file_, name, "x"));
+    }
+    for (const char* name : {"1", "4", "5"}) {
+        ASSERT_TRUE(file_.DeleteCFFile(name));
+    }
+    RawFile raw(file_.FlushToString());
+    EXPECT_EQ(raw.Slots()[4].name, "4");
+    EXPECT_EQ(raw.Slots()[4].firstBlock, 0U);
+    EXPECT_EQ(raw.Slots()[4].size, 0U);
+
+    const std::map<std::string, std::size_t> expected = {{"a", 7}, {"b", 8}, {"c", 4},
+                                                         {"d", 5}, {"e", 1}, {"f", 9}};
+    for (const auto& entry : expected) {
+        ASSERT_TRUE(Put(file_, entry.first, "y"));
+    }
+    raw = RawFile(file_.FlushToString());
+    for (const auto& [name, slot] : expected) {
+        EXPECT_EQ(raw.Slots()[slot].name, name);
+    }
+    Closed();
+}
+
+TEST_F(Format, FreedBlocksAreTakenLowestFirst) {
+    Open();
+    for (const char* name : {"a", "b", "c"}) {
+        ASSERT_TRUE(Put(file_, name, Pattern(2500, 1)));
+    }
+    const int used = file_.GetNumUsedBlocks();
+    ASSERT_TRUE(file_.DeleteCFFile("a"));
+    ASSERT_TRUE(file_.DeleteCFFile("b"));
+    EXPECT_EQ(file_.GetNumUsedBlocks(), used - 6);
+    ASSERT_TRUE(Put(file_, "d", Pattern(3500, 2)));
+    const RawFile raw = Closed();
+    EXPECT_EQ(raw.Chain(raw.Find("d").firstBlock), (std::vector<std::uint32_t>{2, 3, 4, 5}));
+}
+
+// Sizes around those at which the snapshot itself needs one block more.
+TEST_F(Format, FreeListEntryCoversItsOwnBlocks) {
+    for (const int blocks : {975, 976, 977, 978, 979, 980, 981, 982, 983, 1983, 1984, 1985, 2990}) {
+        Open();
+        ASSERT_TRUE(Put(file_, "data", std::string(static_cast<std::size_t>(blocks) * 1003, 'x')));
+        Closed();
+    }
+}
+
+TEST_F(Format, ReopeningKeepsSnapshotTimesAndBytes) {
+    Open();
+    ASSERT_TRUE(Put(file_, "a", Pattern(5000, 1)));
+    const std::string before = Closed().bytes;
+    Open();
+    EXPECT_TRUE(GetAll(file_) == (Model{{"a", Pattern(5000, 1)}}));
+    file_.Flush();
+    EXPECT_EQ(Closed().bytes, before) << "opened for writing, nothing changed";
+    Open();
+    EXPECT_EQ(file_.GetNumDirEntrys(), 2);
+    EXPECT_TRUE(file_.DeleteCFFile("A"));
+    EXPECT_EQ(Closed().BlockCount(), before.size() / 1024);
+}
+
+// A mark that says free although the block is used must not lead to the block being given away.
+TEST_F(Format, StaleFreeMarksDoNotGiveBlocksAway) {
+    Open();
+    ASSERT_TRUE(Put(file_, "a", Pattern(5000, 1)));
+    RawFile raw = Closed();
+    for (const std::uint32_t block : raw.Chain(raw.Find("a").firstBlock)) {
+        raw.bytes[RawFile::At(block, 4)] = 0;
+    }
+    WriteFile(path_, raw.bytes);
+    Open();
+    ASSERT_TRUE(Put(file_, "b", Pattern(9000, 2)));
+    ASSERT_TRUE(file_.DeleteCFFile("b"));
+    ASSERT_EQ(file_.Close(), KrStreamE::Ok);
+    EXPECT_TRUE(GetAll(path_) == (Model{{"a", Pattern(5000, 1)}}));
+}
+
+class Version1 : public Format {
+protected:
+    void MakeFile() {
+        RawFile raw(std::string(3 * 1024, '\0'));
+        for (std::size_t block = 1; block <= 3; ++block) {
+            raw.SetNumber(RawFile::At(block), 4, block);
+            raw.bytes[RawFile::At(block, 4)] = 1;
+            raw.bytes.replace(RawFile::At(block, 5), 9, "BlockFile");
+        }
+        // Slots of 317 bytes with 4-byte sizes; the second one is in use.
+        raw.bytes.replace(336, 4, "Caf\xE9");
+        raw.bytes.replace(336 + 257, 25, "Tue Mar  4 05:06:07 1997\n");
+        raw.bytes.replace(336 + 283, 25, "Wed Mar  5 05:06:07 1997\n");
+        raw.SetNumber(336 + 309, 4, 2);
+        raw.SetNumber(336 + 313, 4, 1500);
+        raw.bytes.replace(970, 14, "KrCompoundFile");
+        raw.bytes.replace(985, 21, "ABCDEFGHIJKLMNOPQRSTU");
+        raw.SetNumber(RawFile::At(2, 15), 4, 3);
+        raw.SetNumber(RawFile::At(2, 19), 2, 1003);
+        raw.SetNumber(RawFile::At(3, 19), 2, 497);
+        raw.bytes.replace(RawFile::At(2, 21), 1003, content_.substr(0, 1003));
+        raw.bytes.replace(RawFile::At(3, 21), 497, content_.substr(1003));
+        WriteFile(path_, raw.bytes);
+    }
+
+    const std::string content_ = Pattern(1500, 7);
+};
+
+TEST_F(Version1, IsReadAsItIs) {
+    MakeFile();
+    const std::string before = ReadFile(path_);
+    for (const auto mode : {KrStreamE::ReadOnly, KrStreamE::ReadWrite}) {
+        Open(mode);
+        EXPECT_EQ(file_.GetFormatVersion(), 1);
+        unsigned long index = 0;
+        const DirEntry* const entry = file_.GetFirstDirEntry(&index);
+        ASSERT_NE(entry, nullptr);
+        EXPECT_EQ(index, 1U);
+        EXPECT_STREQ(entry->name, "Caf\xE9");
+        EXPECT_STREQ(entry->modified, "Wed Mar  5 05:06:07 1997\n");
+        EXPECT_TRUE(Get(file_, "cAF\xE9") == content_);
+        file_.Flush();
+        file_.Close();
+        EXPECT_EQ(ReadFile(path_), before);
+    }
+}
+
+TEST_F(Version1, FirstChangeBringsTheDirectoryToVersion2) {
+    MakeFile();
+    Open();
+    ASSERT_TRUE(Put(file_, "new", "text"));
+    auto stream = file_.GetIOStream("Caf\xE9", "r+b");
+    stream->write("Z", 1);
+    stream.reset();
+    ASSERT_EQ(file_.Close(), KrStreamE::Ok);
+    RawFile raw(ReadFile(path_));
+    EXPECT_EQ(raw.Text(5, 10), "Block   2");
+    EXPECT_EQ(raw.Text(982, 15), "KrCompoundFile");
+    EXPECT_EQ(raw.bytes.substr(997, 9), "ABCDEFGHI");
+    EXPECT_EQ(raw.Text(RawFile::At(2, 5), 10), "BlockFile") << "data blocks keep their signature";
+    EXPECT_EQ(raw.Content(raw.Find("kravonel_block_file_free_list").firstBlock).substr(0, 16),
+              raw.DirectoryDigest());
+    EXPECT_TRUE(GetAll(path_) == (Model{{"Caf\xE9", "Z" + content_.substr(1)}, {"new", "text"}}));
+}
+
+} // namespace

@@ -1,0 +1,116 @@
+#include "tests/support/Entries.h"
+#include "tests/support/TempFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <functional>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+/// Runs an action in a child process; its answer is the child's exit status.
+int InChild(const std::function<int()>& action) {
+    const pid_t child = fork();
+    if (child == 0) {
+        _exit(action());
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+class Sharing : public testing::Test {
+protected:
+    int OpenInChild(KrStreamE::OpenMode mode) const {
+        // Another spelling of the path, so that the child does not find the engine it inherited.
+        const std::string link = folder_ / "link";
+        return InChild([&] {
+            CompoundFile file;
+            return ::link(path_.c_str(), link.c_str()) == 0 ? file.Open(link.c_str(), mode) : 99;
+        });
+    }
+    void TearDown() override { ::unlink((folder_ / "link").c_str()); }
+
+    TempFolder folder_;
+    const std::string path_ = folder_ / "file";
+};
+
+TEST_F(Sharing, AnotherProgramMayOnlyReadBesideReaders) {
+    const auto ro = KrStreamE::ReadOnly;
+    const auto rw = KrStreamE::ReadWrite;
+    for (const auto& [mine, theirs, expected] :
+         {std::tuple(ro, ro, KrStreamE::Ok), std::tuple(ro, rw, KrStreamE::NotOpen),
+          std::tuple(rw, ro, KrStreamE::NotOpen), std::tuple(rw, rw, KrStreamE::NotOpen)}) {
+        CompoundFile file;
+        ASSERT_EQ(file.Open(path_.c_str(), mine), KrStreamE::Ok);
+        EXPECT_EQ(OpenInChild(theirs), expected) << mine << theirs;
+        TearDown();
+        if (mine == rw) {
+            EXPECT_TRUE(Put(file, "e", "undisturbed"));
+        }
+    }
+    EXPECT_TRUE(GetAll(path_) == (Model{{"e", "undisturbed"}}));
+}
+
+TEST_F(Sharing, OnlyRegularFilesAreOpened) {
+    const std::string pipe = folder_ / "pipe";
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    CompoundFile file;
+    for (const std::string& path : {pipe, folder_ / "", std::string("/dev/null")}) {
+        EXPECT_EQ(file.Open(path.c_str(), KrStreamE::ReadOnly), KrStreamE::NotOpen) << path;
+        EXPECT_EQ(file.Open(path.c_str(), KrStreamE::ReadWrite), KrStreamE::NotOpen) << path;
+    }
+    EXPECT_EQ(file.Open(static_cast<const char*>(nullptr), KrStreamE::ReadOnly),
+              KrStreamE::NotOpen);
+}
+
+TEST_F(Sharing, MissingFileIsMadePrivate) {
+    for (const auto mode : {KrStreamE::ReadOnly, KrStreamE::ReadWrite}) {
+        CompoundFile file;
+        EXPECT_EQ(file.Open(path_.c_str(), mode), KrStreamE::Ok);
+        struct stat status {};
+        ASSERT_EQ(stat(path_.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 0777U, 0600U);
+        EXPECT_EQ(status.st_size, 0);
+        file.Close();
+        unlink(path_.c_str());
+    }
+}
+
+// A program that dies while it writes may lose what it wrote, never what was there.
+TEST_F(Sharing, KilledWriterLeavesTheRestWhole) {
+    const Model before = {{"a", Pattern(5000, 1)}, {"b", Pattern(100, 2)}};
+    {
+        CompoundFile file;
+        ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
+        for (const auto& [name, bytes] : before) {
+            Put(file, name, bytes);
+        }
+    }
+    for (int steps = 1; steps < 12; ++steps) {
+        const int killed = InChild([&] {
+            CompoundFile file;
+            if (file.Open(path_.c_str(), KrStreamE::ReadWrite) != KrStreamE::Ok) {
+                return 1;
+            }
+            auto open = file.GetIOStream("unfinished", "wb");
+            for (int i = 0; i < steps; ++i) {
+                open->write(Pattern(1300, 3).data(), 1300).flush();
+                Put(file, "new" + std::to_string(i), Pattern(2000, 4));
+                file.DeleteCFFile(("new" + std::to_string(i - 2)).c_str());
+            }
+            return std::raise(SIGKILL);
+        });
+        EXPECT_EQ(killed, -1) << "the file could not be opened after the last time";
+        Model after = GetAll(path_);
+        EXPECT_EQ(after["a"], before.at("a")) << steps;
+        EXPECT_EQ(after["b"], before.at("b")) << steps;
+    }
+}
+
+} // namespace
