@@ -3,13 +3,58 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
+#include <algorithm>
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+/// As many links as the system itself follows in one path.
+constexpr int kMaxLinks = 40;
+
+// Visits the elements one by one rather than asking for the canonical form of what exists: a link
+// whose target is still missing has to be followed too, or the path's form would change as soon as
+// the file is made. The path is split as text because the library takes "//a" for a network name.
+std::string ResolveAbsolute(std::string pending) {
+    std::string resolved;
+    std::size_t at = 0;
+    int links = 0;
+    while (at < pending.size()) {
+        const std::size_t end = std::min(pending.find('/', at), pending.size());
+        const std::string element = pending.substr(at, end - at);
+        at = end + 1;
+        if (element.empty() || element == ".") {
+            continue;
+        }
+        if (element == "..") {
+            resolved.erase(std::min(resolved.rfind('/'), resolved.size()));
+            continue;
+        }
+        const std::size_t parentLength = resolved.size();
+        resolved.append("/").append(element);
+        if (fs::symlink_status(resolved).type() != fs::symlink_file) {
+            continue;
+        }
+        if (++links > kMaxLinks) {
+            return {};
+        }
+        const std::string target = fs::read_symlink(resolved).string();
+        resolved.resize(target.front() == '/' ? 0 : parentLength);
+        pending.replace(0, std::min(at, pending.size()), target + '/');
+        at = 0;
+    }
+    return resolved.empty() ? "/" : resolved;
+}
+
+} // namespace
+
 std::string KrGetCanonicalPath(const char* path) {
     if (path == nullptr || *path == '\0') {
         return {};
     }
     try {
-        return boost::filesystem::weakly_canonical(boost::filesystem::absolute(path)).string();
-    } catch (const boost::filesystem::filesystem_error&) {
+        return ResolveAbsolute(*path == '/' ? path : (fs::current_path() / path).string());
+    } catch (const fs::filesystem_error&) {
         return {};
     }
 }
@@ -19,5 +64,5 @@ bool KrFileExist(const char* path) {
         return false;
     }
     boost::system::error_code error;
-    return boost::filesystem::exists(path, error);
+    return fs::exists(path, error);
 }

@@ -4,8 +4,6 @@
 #include <array>
 #include <cstring>
 
-#include <time.h>
-
 bool krlocaltime_r(std::time_t time, std::tm& local) {
     return localtime_r(&time, &local) != nullptr;
 }
@@ -31,7 +29,8 @@ std::string FormatLocal(std::time_t time, const char* format) {
         return {};
     }
     std::array<char, 1024> text{};
-    return std::string(text.data(), std::strftime(text.data(), text.size(), format, &local));
+    const std::size_t length = std::strftime(text.data(), text.size(), format, &local);
+    return {text.data(), length};
 }
 
 } // namespace KrTimeUtl

@@ -14,7 +14,7 @@
 class TALVOUTL_EXPORT ExceptionMessage {
 public:
     /// A message whose text is looked up in the messages of the global locale (Boost.Locale message
-    /// facets); `text` itself where the locale has no translation. `text` is copied.
+    /// facets); `text` itself where the locale has no translation. `text` is ASCII, and copied.
     static ExceptionMessage translate(const char* text);
 
     /// Fills the next placeholder: the first argument replaces "{1}", the second "{2}", and so on.

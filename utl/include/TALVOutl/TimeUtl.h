@@ -14,7 +14,7 @@ constexpr std::size_t kTimeTextSize = 26;
 TALVOUTL_EXPORT bool krlocaltime_r(std::time_t time, std::tm& local);
 
 /// Writes `local` as a time text, "Sat Nov 21 08:05:04 2026\n" and a NUL, never in another
-/// language. False, with `text` all NUL, for a year that is not of four digits. Any thread.
+/// language. False, with `text` all NUL, for a year that four characters cannot show. Any thread.
 TALVOUTL_EXPORT bool krasctime_r(const std::tm& local, char (&text)[kTimeTextSize]);
 
 namespace KrTimeUtl {
