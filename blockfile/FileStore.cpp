@@ -13,9 +13,9 @@ namespace {
 
 /// Large enough that a sequential pass is bound by copying, not by calls, and small enough for a
 /// processor's cache.
-constexpr std::size_t kWindowSize = 128 * 1024;
+constexpr std::size_t kWindowSize = std::size_t{128} * 1024;
 /// What a read somewhere else fetches: the few blocks that a small read at random touches.
-constexpr std::size_t kSmallRead = 8 * 1024;
+constexpr std::size_t kSmallRead = std::size_t{8} * 1024;
 
 /// Looks before opening, because opening a device can already have an effect.
 bool IsRegularOrMissing(const char* path) {

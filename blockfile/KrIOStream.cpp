@@ -27,7 +27,7 @@ std::streampos KrIOStream::Buffer::seekoff(off_type offset, std::ios_base::seekd
         return boost::iostreams::stream_buffer<KrIOStreamDevice>::seekoff(offset, direction, which);
     } catch (const std::ios_base::failure&) {
         owner_.setstate(std::ios_base::badbit);
-        return pos_type(off_type(-1));
+        return {off_type(-1)};
     }
 }
 

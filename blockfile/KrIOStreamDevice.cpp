@@ -150,7 +150,7 @@ std::size_t KrIOStreamDevice::Data::Write(const char* bytes, std::size_t count) 
 std::uint64_t KrIOStreamDevice::Data::Seek(std::int64_t offset, std::ios_base::seekdir direction) {
     Require(IsUsable(), kSeekError);
     const std::uint64_t size = Entry().size;
-    std::uint64_t target = static_cast<std::uint64_t>(offset);
+    auto target = static_cast<std::uint64_t>(offset);
     if (direction == std::ios_base::cur) {
         target += position_;
     } else if (direction == std::ios_base::end) {

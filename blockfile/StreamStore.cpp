@@ -21,7 +21,7 @@ Result OnBuffer(const std::weak_ptr<std::iostream>& stream, Result failure, Acti
 }
 
 bool SeekTo(std::streambuf& buffer, std::uint64_t offset, std::ios_base::openmode which) {
-    const std::streamoff target = static_cast<std::streamoff>(offset);
+    const auto target = static_cast<std::streamoff>(offset);
     return std::streamoff(buffer.pubseekpos(target, which)) == target;
 }
 

@@ -59,9 +59,10 @@ const Case kCases[] = {
     {"dir_cycle", [](RawFile& raw) { SetNext(raw, 8, 1); }, NotOpen, NotOpen, "", Ok},
     {"dir_into_data", [](RawFile& raw) { SetNext(raw, 1, 5); }, NotOpen, NotOpen, "", Ok},
     {"dir_beyond", [](RawFile& raw) { SetNext(raw, 8, 900); }, NotOpen, NotOpen, "", Ok},
-    {"cut_in_directory", [](RawFile& raw) { raw.bytes.resize(7 * 1024); }, NotOpen, NotOpen, "",
-     Ok},
-    {"cut_in_data", [](RawFile& raw) { raw.bytes.resize(9 * 1024); }, Ok, Ok, "d", BeyondEnd},
+    {"cut_in_directory", [](RawFile& raw) { raw.bytes.resize(RawFile::At(8)); }, NotOpen, NotOpen,
+     "", Ok},
+    {"cut_in_data", [](RawFile& raw) { raw.bytes.resize(RawFile::At(10)); }, Ok, Ok, "d",
+     BeyondEnd},
     {"number", [](RawFile& raw) { raw.SetNumber(RawFile::At(3), 4, 77); }, Ok, NotOpen, "a",
      Failed},
     {"padding", [](RawFile& raw) { raw.SetNumber(RawFile::At(6), 4, 5); }, Ok, NotOpen, "b",
@@ -103,6 +104,10 @@ const Case kCases[] = {
      },
      Ok, Ok, "", Ok},
 };
+
+void PrintTo(const Case& damage, std::ostream* out) {
+    *out << damage.name;
+}
 
 class Damage : public testing::TestWithParam<Case> {
 protected:

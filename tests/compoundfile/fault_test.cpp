@@ -88,6 +88,10 @@ const Scenario kScenarios[] = {
     {"read", [](CompoundFile& file) { return GetAll(file) == kBefore; }, ""},
 };
 
+void PrintTo(const Scenario& scenario, std::ostream* out) {
+    *out << scenario.name;
+}
+
 class Fault : public testing::TestWithParam<Scenario> {};
 
 TEST_P(Fault, AtEveryOperationEndsInAStatus) {

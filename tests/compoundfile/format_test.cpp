@@ -131,7 +131,7 @@ TEST_F(Format, StaleFreeMarksDoNotGiveBlocksAway) {
 class Version1 : public Format {
 protected:
     void MakeFile() {
-        RawFile raw(std::string(3 * 1024, '\0'));
+        RawFile raw(std::string(RawFile::At(4), '\0'));
         for (std::size_t block = 1; block <= 3; ++block) {
             raw.SetNumber(RawFile::At(block), 4, block);
             raw.bytes[RawFile::At(block, 4)] = 1;

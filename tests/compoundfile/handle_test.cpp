@@ -61,11 +61,10 @@ TEST_F(Handle, CopiesShareOneReference) {
     CompoundFile file;
     ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
     CompoundFile assigned;
-    {
-        const CompoundFile copy(file);
-        assigned = copy;
-        EXPECT_EQ(assigned.GetStatus(), KrStreamE::Ok);
-    }
+    std::optional<CompoundFile> copy(file);
+    assigned = *copy;
+    EXPECT_EQ(assigned.GetStatus(), KrStreamE::Ok);
+    copy.reset();
     EXPECT_EQ(file.GetStatus(), KrStreamE::NotOpen);
     EXPECT_EQ(assigned.Close(), KrStreamE::NotOpen);
     EXPECT_EQ(assigned.Open(path_.c_str(), KrStreamE::ReadOnly), KrStreamE::Ok);
