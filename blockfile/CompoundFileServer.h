@@ -177,6 +177,6 @@ private:
     char timeText_[kTimeTextSize] = {};
 
     std::uint32_t references_ = 1;
-    std::map<std::string, int> openNames_;
+    std::map<std::string, int, std::less<>> openNames_;
     std::shared_ptr<ServerRegistry> registry_;
 };

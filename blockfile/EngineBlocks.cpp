@@ -110,7 +110,7 @@ CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {
     DataBlock block;
     BlockNumber number = first;
     while (number != kNoBlock) {
-        if (chain.size() > ChainLimit() || audit_.contested.count(number) != 0) {
+        if (chain.size() >= ChainLimit() || audit_.contested.count(number) != 0) {
             throw CompoundFileServerError{KrStreamE::Failed};
         }
         chain.push_back(number);

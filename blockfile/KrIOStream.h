@@ -9,13 +9,14 @@
 /// The iostream over an entry that handles hand out.
 class KrIOStream : public std::iostream {
 public:
-    /// Without the bit Binary, or on an engine in error, the stream is bad from the start: there is no text mode.
+    /// Without the bit Binary, or on an engine in error, the stream is bad from the start: there is
+    /// no text mode.
     KrIOStream(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry,
                std::uint32_t mode);
 
 private:
-    /// Some of the standard library's positioning calls let a device's exception through to the caller; here each of
-    /// them sets the stream's badbit, as reading and writing do.
+    /// Some of the standard library's positioning calls let a device's exception through to the
+    /// caller; here each of them sets the stream's badbit, as reading and writing do.
     class Buffer : public boost::iostreams::stream_buffer<KrIOStreamDevice> {
     public:
         Buffer(const KrIOStreamDevice& device, std::ios& owner);

@@ -196,6 +196,9 @@ public:
     /// an entry that starts empty, made anew when the name exists. A mode without "b" gives a
     /// stream that is bad from the start; a mode that begins with another letter gives null.
     ///
+    /// What a stream still holds when it is destroyed is written then, and an error shows in
+    /// GetStatus alone; flush the stream to have it told by the stream.
+    ///
     /// Null also for an empty handle, an empty or null name, a name over 256 bytes, a missing entry
     /// ("r"), a read-only engine ("w"), a missing password ("w") or an engine that is not Ok. I/O
     /// errors set the stream's badbit and the engine's status. One stream at a time should write an
