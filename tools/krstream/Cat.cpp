@@ -1,0 +1,23 @@
+#include "Commands.h"
+#include "EntryCopy.h"
+#include "EntryList.h"
+#include "OpenFile.h"
+#include "StandardOutput.h"
+
+ExitStatus Cat(const Options& options) {
+    Report report;
+    OpenFile file(options.file, KrStreamE::ReadOnly);
+    file.Unlock(PasswordSource(options.passwordFile));
+    EntryCopy copy(report, file.Path());
+    StandardOutput out;
+    for (const Entry& entry : NamedEntries(file, options.names, report)) {
+        if (copy.Read(file, entry, [&out](std::string_view part) { out.Write(part); })) {
+            report.CountDone();
+        } else {
+            report.Fail(entry.name, "is damaged in " + Printable(file.Path()) +
+                                        ", its bytes are not all here; take another copy of that");
+        }
+    }
+    out.Flush();
+    return report.Status();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "ExitStatus.h"
+#include "Password.h"
+
+#include <TALVOkrstream/CompoundFile.h>
+
+#include <string>
+
+/// An existing compound file, opened; a Failure that says why when it cannot be.
+class OpenFile {
+public:
+    OpenFile(std::string path, KrStreamE::OpenMode mode);
+    OpenFile(const OpenFile&) = delete;
+    OpenFile& operator=(const OpenFile&) = delete;
+
+    CompoundFile& Handle() { return handle_; }
+    const std::string& Path() const { return path_; }
+
+    /// Gives the file its password if it needs one.
+    void Unlock(const PasswordSource& source);
+
+    /// Makes the file usable again after an entry turned out to be damaged, which stops the engine.
+    void Recover();
+
+    /// For a file that was changed: sees to it that everything is written, and closes it.
+    void CloseWritten();
+
+private:
+    void Open();
+
+    const std::string path_;
+    const KrStreamE::OpenMode mode_;
+    std::string password_;
+    CompoundFile handle_;
+};
+
+/// Flushes and closes a file that was written at `path`. False when something could not be written.
+bool CloseWritten(CompoundFile& file, const std::string& path);
+
+/// Says that writing `subject` failed, and what may help.
+Failure WriteFailure(const std::string& subject);

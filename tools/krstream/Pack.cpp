@@ -1,0 +1,138 @@
+#include "Commands.h"
+#include "EntryCopy.h"
+#include "FreshFile.h"
+#include "Inputs.h"
+#include "OpenFile.h"
+
+#include <cerrno>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace {
+
+/// Stores inputs one by one, but never the compound file in itself.
+class Packer {
+public:
+    Packer(CompoundFile& target, const std::string& path, Report& report)
+        : target_(target), report_(report), copy_(report, path) {
+        hasOwn_ = stat(path.c_str(), &own_) == 0;
+    }
+
+    void StoreAll(const std::vector<Input>& inputs) {
+        for (const Input& input : inputs) {
+            Store(input);
+        }
+    }
+
+private:
+    void Store(const Input& input) {
+        if (input.isStandardInput) {
+            StoreFrom(STDIN_FILENO, input);
+            return;
+        }
+        const UniqueFd fd(open(input.path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+        if (!fd) {
+            report_.Fail(input.path, "not stored, cannot be opened: " + ErrorText(errno) +
+                                         "; check its permissions");
+            return;
+        }
+        StoreFrom(fd.Get(), input);
+    }
+
+    void StoreFrom(int fd, const Input& input) {
+        struct stat status {};
+        if (fstat(fd, &status) == 0 && IsOwn(status)) {
+            report_.Note(input.path, "left out, it is the file being written");
+            return;
+        }
+        const int error = copy_.Write(target_, input.name, fd);
+        if (error != 0) {
+            report_.Fail(input.path, "not stored, reading failed: " + ErrorText(error) +
+                                         "; there is no entry of its name now");
+            return;
+        }
+        report_.CountDone();
+    }
+
+    bool IsOwn(const struct stat& status) const {
+        return hasOwn_ && status.st_dev == own_.st_dev && status.st_ino == own_.st_ino;
+    }
+
+    CompoundFile& target_;
+    Report& report_;
+    EntryCopy copy_;
+    struct stat own_ {};
+    bool hasOwn_;
+};
+
+/// For a file that is to be replaced: holds it, so that nobody opens it for changes that would be
+/// lost.
+UniqueFd HoldExisting(const Options& options) {
+    struct stat status {};
+    if (lstat(options.file.c_str(), &status) != 0) {
+        return UniqueFd();
+    }
+    if (!options.force) {
+        throw Failure(options.file, "is there already; use --force to replace it");
+    }
+    UniqueFd fd(open(options.file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!fd || fstat(fd.Get(), &status) != 0) {
+        throw Failure(options.file, "cannot be opened: " + ErrorText(errno) +
+                                        "; check its permissions or take another name");
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw Failure(options.file, "is not a file, so it is not replaced; take another name");
+    }
+    if (IsLockedElsewhere(fd.Get(), LOCK_EX)) {
+        throw Failure(options.file,
+                      "is in use by another program; try again when that is done with it",
+                      ExitStatus::InUse);
+    }
+    return fd;
+}
+
+/// The inputs of an `add`, where "-" stands for standard input.
+std::vector<Input> InputsWithStandardInput(const Options& options, Report& report) {
+    std::vector<std::string> paths;
+    std::vector<Input> inputs;
+    for (const std::string& path : options.paths) {
+        if (path == "-") {
+            const std::string name = EntryName(options.standardInputName).value_or("");
+            inputs.push_back({path, name, true});
+        } else {
+            paths.push_back(path);
+        }
+    }
+    const std::vector<Input> files = CollectInputs(options.folder, paths, report);
+    inputs.insert(inputs.end(), files.begin(), files.end());
+    return inputs;
+}
+
+} // namespace
+
+ExitStatus Create(const Options& options) {
+    Report report;
+    const UniqueFd replaced = HoldExisting(options);
+    const std::vector<Input> inputs = CollectInputs(options.folder, options.paths, report);
+    CheckNames(inputs);
+    FreshFile fresh(options.file,
+                    replaced ? FreshFile::Existing::Replace : FreshFile::Existing::Refuse);
+    Packer(fresh.Handle(), options.file, report).StoreAll(inputs);
+    if (report.Status() != ExitStatus::Failed) {
+        fresh.PutInPlace();
+    }
+    return report.Status();
+}
+
+ExitStatus Add(const Options& options) {
+    Report report;
+    OpenFile file(options.file, KrStreamE::ReadWrite);
+    const std::vector<Input> inputs = InputsWithStandardInput(options, report);
+    CheckNames(inputs);
+    file.Unlock(PasswordSource(options.passwordFile));
+    Packer(file.Handle(), options.file, report).StoreAll(inputs);
+    file.CloseWritten();
+    return report.Status();
+}
