@@ -1,0 +1,164 @@
+#include "ToolRun.h"
+
+#include <TALVOkrstream/CompoundFile.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+namespace {
+
+struct Refusal {
+    std::vector<std::string> arguments;
+    int status;
+    std::string saying;
+};
+
+} // namespace
+
+class RefusalTest : public ToolTest {
+protected:
+    void ExpectRefused(const std::vector<Refusal>& refusals) const {
+        const auto before = Snapshot();
+        for (const Refusal& refusal : refusals) {
+            const ToolResult result = Run(refusal.arguments, "input");
+            const std::string shown = testing::PrintToString(refusal.arguments) + result.err;
+            EXPECT_EQ(result.status, refusal.status) << shown;
+            EXPECT_EQ(result.out, "") << shown;
+            EXPECT_NE(result.err.find(refusal.saying), std::string::npos) << shown;
+            EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << shown;
+            EXPECT_EQ(Snapshot(), before) << shown;
+        }
+    }
+};
+
+TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
+    WriteFile("a", "a");
+    WriteFile("A", "A");
+    WriteFile("sub/a", "a");
+    WriteFile("text", "no compound file");
+    WriteFile("pw", "secret\n");
+    WriteFile("KRAVONEL_BLOCK_FILE_FREE_LIST", "");
+    const std::string deep = std::string(130, 'n') + '/' + std::string(130, 'n');
+    WriteFile(deep, "");
+    ASSERT_EQ(Run({"create", "have.kr", "a"}).status, 0);
+    WriteFile("cut.kr", ReadFile("have.kr").substr(0, 2000));
+    std::string newer = ReadFile("have.kr");
+    newer[13] = '3';
+    WriteFile("newer.kr", newer);
+    WriteFile("blank.kr", std::string(4096, '\0'));
+
+    std::vector<Refusal> refusals = {
+        {{}, 64, "--help"},
+        {{"frob"}, 64, "frob"},
+        {{"create", "new.kr"}, 64, "PATH"},
+        {{"list", "have.kr", "--frob"}, 64, "--frob"},
+        {{"add", "have.kr", "-"}, 64, "--name"},
+        {{"add", "have.kr", "a", "--name", "b"}, 64, "--name"},
+        {{"add", "have.kr", "-", "--name", "b", "--password-file", "-"}, 64, "standard input"},
+        {{"create", "have.kr", "a"}, 2, "have.kr: is there already; use --force"},
+        {{"create", "new.kr", "a", "nope"}, 2, "nope"},
+        {{"create", "new.kr", "-C", "nofolder", "a"}, 2, "nofolder"},
+        {{"create", "nofolder/new.kr", "a"}, 2, "nofolder"},
+        {{"create", "new.kr", ".."}, 2, "leads above"},
+        {{"create", "new.kr", "a", "A"}, 2, "A: would be the same entry as a"},
+        {{"add", "have.kr", "sub", "sub/a"}, 2, "same entry"},
+        {{"create", "new.kr", deep}, 2, "256"},
+        {{"create", "new.kr", "KRAVONEL_BLOCK_FILE_FREE_LIST"}, 2, "library's own"},
+        {{"add", "have.kr", "-", "--name", "./"}, 2, "empty entry name"},
+        {{"rm", "have.kr", "a", "Kravonel_block_file_free_list"}, 2, "stays"},
+        {{"create", "sub", "a", "--force"}, 2, "not a file"},
+        {{"decrypt", "have.kr"}, 2, "not encrypted"},
+        {{"passwd", "have.kr"}, 2, "not encrypted"},
+        {{"list", "sub"}, 2, "is a folder"},
+        {{"list", "/dev/null"}, 2, "is a device"},
+        {{"list", "text"}, 2, "not a compound file"},
+        {{"list", "cut.kr"}, 2, "cut short"},
+        {{"list", "newer.kr"}, 2, "version 3"},
+        {{"add", "blank.kr", "a"}, 2, "not a compound file"},
+        {{"list", "esc\x1b[2J\n.kr"}, 2, "esc\\x1b[2J\\n.kr: does not exist"},
+    };
+    for (const char* const command :
+         {"list", "info", "extract", "cat", "add", "rm", "encrypt", "decrypt", "passwd"}) {
+        const bool takesName = std::string(command).size() < 4 || std::string(command) == "extract";
+        std::vector<std::string> arguments = {command, "none.kr"};
+        if (takesName) {
+            arguments.emplace_back("a");
+        }
+        refusals.push_back({arguments, 2, "none.kr: does not exist"});
+    }
+    ExpectRefused(refusals);
+}
+
+TEST_F(RefusalTest, FilesInUseAreLeftAlone) {
+    WriteFile("a", "a");
+    WriteFile("pw", "secret");
+    ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
+    const int fd = open(Path("f.kr").c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(fd, LOCK_SH), 0);
+    const std::vector<Refusal> changes = {
+        {{"add", "f.kr", "a"}, 5, "f.kr: is in use"},
+        {{"rm", "f.kr", "a"}, 5, "f.kr: is in use"},
+        {{"create", "--force", "f.kr", "a"}, 5, "f.kr: is in use"},
+        {{"encrypt", "f.kr", "--password-file", "pw"}, 5, "f.kr: is in use"},
+    };
+    ExpectRefused(changes);
+    EXPECT_EQ(Run({"cat", "f.kr", "a"}).out, "a");
+
+    ASSERT_EQ(flock(fd, LOCK_EX), 0);
+    ExpectRefused(changes);
+    ExpectRefused({{{"list", "f.kr"}, 5, "in use"},
+                   {{"info", "f.kr"}, 5, "in use"},
+                   {{"extract", "f.kr"}, 5, "in use"}});
+    close(fd);
+}
+
+TEST_F(RefusalTest, EveryCutOfAFileIsSurvived) {
+    WriteFile("in/a", Bytes(5000, 1));
+    WriteFile("in/b", Bytes(3000, 2));
+    WriteFile("in/c", Bytes(1, 3));
+    WriteFile("in/d", Bytes(2, 4));
+    ASSERT_EQ(Run({"create", "f.kr", "in"}).status, 0);
+    const std::string whole = ReadFile("f.kr");
+    for (std::size_t length = 512; length < whole.size(); length += 512) {
+        WriteFile("cut.kr", whole.substr(0, length));
+        const ToolResult extracted =
+            Run({"extract", "cut.kr", "-C", "out" + std::to_string(length)});
+        EXPECT_TRUE(extracted.status == 1 || extracted.status == 2 || extracted.status == 0);
+        if (Exists("out" + std::to_string(length))) {
+            for (const auto& [name, content] : Snapshot("out" + std::to_string(length))) {
+                EXPECT_EQ(content, Summary(ReadFile(name))) << length;
+            }
+        }
+        for (const char* const command : {"list", "info"}) {
+            EXPECT_EQ(Run({command, "cut.kr"}).status, extracted.status == 2 ? 2 : 0) << length;
+        }
+        EXPECT_NE(Run({"add", "cut.kr", "in/d"}).status, -1) << length;
+    }
+}
+
+TEST_F(RefusalTest, ADamagedEntryCostsOnlyItself) {
+    WriteFile("a", Bytes(3000, 1));
+    WriteFile("b", Bytes(3000, 2));
+    WriteFile("c", Bytes(3000, 3));
+    ASSERT_EQ(Run({"create", "f.kr", "a", "b", "c"}).status, 0);
+    std::string bytes = ReadFile("f.kr");
+    const std::size_t second = bytes.find(Bytes(3000, 2).substr(1003, 100)) / 1024 * 1024;
+    bytes[second] = static_cast<char>(bytes[second] ^ 0x40);
+    WriteFile("f.kr", bytes);
+
+    const ToolResult extracted = Run({"extract", "f.kr", "-C", "out"});
+    EXPECT_EQ(extracted.status, 1);
+    EXPECT_EQ(extracted.err,
+              "krstream: b: not extracted, it is damaged in f.kr; take another copy of that\n");
+    EXPECT_EQ(Snapshot("out"),
+              (std::map<std::string, std::string>{{"a", Summary(Bytes(3000, 1))},
+                                                  {"c", Summary(Bytes(3000, 3))}}));
+    const ToolResult shown = Run({"cat", "f.kr", "b", "c"});
+    EXPECT_EQ(shown.status, 1);
+    EXPECT_EQ(shown.out, Bytes(3000, 2).substr(0, shown.out.size() - 3000) + Bytes(3000, 3));
+    EXPECT_EQ(Run({"extract", "f.kr", "b", "-C", "alone"}).status, 2);
+    WriteFile("pw", "secret");
+    EXPECT_EQ(Run({"encrypt", "f.kr", "--password-file", "pw"}).status, 2);
+    EXPECT_EQ(ReadFile("f.kr"), bytes);
+}

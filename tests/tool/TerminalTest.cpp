@@ -1,0 +1,76 @@
+#include "ToolRun.h"
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+void Type(int fd, const std::string& text) {
+    ASSERT_EQ(write(fd, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+} // namespace
+
+TEST_F(ToolTest, PasswordsAreAskedForWithoutEcho) {
+    WriteFile("a", "content");
+    ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
+    const auto ask = [this](const std::vector<std::string>& arguments,
+                            const std::vector<std::string>& answers, std::string& shown) {
+        const Session session = Start(arguments);
+        char c = 0;
+        for (const std::string& answer : answers) {
+            while (read(session.terminal, &c, 1) == 1 && c != ':') {
+                shown += c;
+            }
+            Type(session.terminal, answer + '\n');
+        }
+        int status = 0;
+        shown += Finish(session, status);
+        EXPECT_EQ(shown.find("secret"), std::string::npos);
+        return WEXITSTATUS(status);
+    };
+    std::string shown;
+    EXPECT_EQ(ask({"encrypt", "f.kr"}, {"secret", "secret2"}, shown), 4);
+    EXPECT_EQ(Run({"cat", "f.kr", "a"}).out, "content");
+    EXPECT_EQ(ask({"encrypt", "f.kr"}, {"secret", "secret"}, shown), 0);
+    EXPECT_EQ(ask({"passwd", "f.kr"}, {"secret", "secret2", "secret2"}, shown), 0);
+    shown.clear();
+    EXPECT_EQ(ask({"cat", "f.kr", "a"}, {"secret2"}, shown), 0);
+    EXPECT_NE(shown.find("content"), std::string::npos);
+}
+
+TEST_F(ToolTest, LongWorkShowsItsProgress) {
+    ASSERT_EQ(Run({"create", "f.kr", "."}).status, 0);
+    const Session session = Start({"add", "f.kr", "-", "--name", "slow"});
+    for (int i = 0; i < 4; ++i) {
+        Type(session.input, Bytes(10000, 1));
+        std::this_thread::sleep_for(400ms);
+    }
+    int status = 0;
+    const std::string shown = Finish(session, status);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(shown.find(" MB, "), std::string::npos);
+    EXPECT_NE(shown.find("MB/s"), std::string::npos);
+    // In the end the line is empty again.
+    EXPECT_EQ(shown.substr(shown.size() - 4), "\r\x1b[K");
+}
+
+TEST_F(ToolTest, AnInterruptLeavesNothingHalfDone) {
+    WriteFile("a", "content");
+    ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
+    const Session session = Start({"add", "f.kr", "-", "--name", "half"});
+    Type(session.input, Bytes(50000, 1));
+    std::this_thread::sleep_for(300ms);
+    ASSERT_EQ(kill(session.process, SIGTERM), 0);
+    int status = 0;
+    Finish(session, status);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
+    EXPECT_EQ(Run({"list", "f.kr"}).out, "a\n");
+    EXPECT_EQ(Run({"add", "f.kr", "a"}).status, 0);
+}

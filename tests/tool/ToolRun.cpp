@@ -1,0 +1,161 @@
+#include "ToolRun.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <random>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <pty.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+std::vector<char*> ArgumentVector(const std::vector<std::string>& arguments) {
+    std::vector<char*> vector{const_cast<char*>(KRSTREAM_TOOL)};
+    for (const std::string& argument : arguments) {
+        vector.push_back(const_cast<char*>(argument.c_str()));
+    }
+    vector.push_back(nullptr);
+    return vector;
+}
+
+std::string ReadWhole(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+} // namespace
+
+ToolTest::ToolTest() {
+    folder_ = (fs::temp_directory_path() / "krstream-test-XXXXXX").native();
+    if (mkdtemp(folder_.data()) == nullptr) {
+        throw std::runtime_error("no temporary folder");
+    }
+}
+
+ToolTest::~ToolTest() {
+    fs::remove_all(folder_);
+}
+
+ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::string& input,
+                         const std::string& outputPath) const {
+    // Beside the folder, where snapshots do not see them.
+    const std::string in = folder_ + ".in";
+    const std::string out = outputPath.empty() ? folder_ + ".out" : outputPath;
+    const std::string err = folder_ + ".err";
+    std::ofstream(in, std::ios::binary) << input;
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    const int create = O_WRONLY | O_CREAT | O_TRUNC;
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), create, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), create, 0600);
+    posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+
+    pid_t process = 0;
+    const int error = posix_spawn(&process, KRSTREAM_TOOL, &actions, &attributes,
+                                  ArgumentVector(arguments).data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) {
+        throw std::runtime_error("the tool does not start");
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    ToolResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+                      outputPath.empty() ? ReadWhole(out) : "", ReadWhole(err)};
+    for (const std::string& path : {in, folder_ + ".out", err}) {
+        unlink(path.c_str());
+    }
+    return result;
+}
+
+ToolTest::Session ToolTest::Start(const std::vector<std::string>& arguments) const {
+    int input[2] = {-1, -1};
+    if (pipe2(input, O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipe");
+    }
+    const std::vector<char*> vector = ArgumentVector(arguments);
+    Session session{-1, -1, input[1]};
+    session.process = forkpty(&session.terminal, nullptr, nullptr, nullptr);
+    if (session.process == 0) {
+        dup2(input[0], STDIN_FILENO);
+        if (chdir(folder_.c_str()) == 0) {
+            execv(KRSTREAM_TOOL, vector.data());
+        }
+        _exit(127);
+    }
+    close(input[0]);
+    return session;
+}
+
+std::string ToolTest::Finish(const Session& session, int& waitStatus) {
+    close(session.input);
+    std::string shown;
+    char buffer[1024];
+    ssize_t count = 0;
+    // Once the tool has ended, reading its terminal is an error.
+    while ((count = read(session.terminal, buffer, sizeof buffer)) > 0) {
+        shown.append(buffer, static_cast<std::size_t>(count));
+    }
+    close(session.terminal);
+    waitpid(session.process, &waitStatus, 0);
+    return shown;
+}
+
+void ToolTest::WriteFile(const std::string& name, const std::string& content) const {
+    fs::create_directories(fs::path(Path(name)).parent_path());
+    std::ofstream(Path(name), std::ios::binary) << content;
+}
+
+std::string ToolTest::ReadFile(const std::string& name) const {
+    return ReadWhole(Path(name));
+}
+
+bool ToolTest::Exists(const std::string& name) const {
+    return fs::symlink_status(Path(name)).type() != fs::file_type::not_found;
+}
+
+std::map<std::string, std::string> ToolTest::Snapshot(const std::string& name) const {
+    std::map<std::string, std::string> files;
+    const fs::path root = Path(name);
+    for (const auto& found : fs::recursive_directory_iterator(root)) {
+        const std::string relative = found.path().lexically_relative(root).native();
+        const fs::file_type type = found.symlink_status().type();
+        if (type == fs::file_type::symlink) {
+            files[relative] = "-> " + fs::read_symlink(found.path()).native();
+        } else if (type == fs::file_type::regular) {
+            files[relative] = Summary(ReadWhole(found.path().native()));
+        }
+    }
+    return files;
+}
+
+std::string Summary(const std::string& content) {
+    constexpr std::size_t kShort = 100;
+    return content.size() <= kShort ? content
+                                    : std::to_string(content.size()) + " bytes, digest " +
+                                          std::to_string(std::hash<std::string>()(content));
+}
+
+std::string Bytes(std::size_t size, unsigned seed) {
+    std::mt19937 random(seed);
+    std::string bytes(size, '\0');
+    for (char& byte : bytes) {
+        byte = static_cast<char>(random());
+    }
+    return bytes;
+}

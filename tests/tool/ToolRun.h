@@ -1,0 +1,58 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <sys/types.h>
+
+/// What a run of the tool came to. `status` is -1 when a signal ended it.
+struct ToolResult {
+    int status;
+    std::string out;
+    std::string err;
+};
+
+/// Each test works in a folder of its own, which is the tool's current folder too.
+class ToolTest : public testing::Test {
+public:
+    ~ToolTest() override;
+
+protected:
+    ToolTest();
+
+    /// Runs the tool without a terminal.
+    ToolResult Run(const std::vector<std::string>& arguments, const std::string& input = "",
+                   const std::string& outputPath = "") const;
+
+    /// Starts the tool at a terminal of its own. `terminal` is our end of that; standard input is a
+    /// pipe that we write to.
+    struct Session {
+        pid_t process;
+        int terminal;
+        int input;
+    };
+    Session Start(const std::vector<std::string>& arguments) const;
+    /// Waits for the tool; what the terminal showed, and the raw wait status.
+    static std::string Finish(const Session& session, int& waitStatus);
+
+    std::string Path(const std::string& name) const { return folder_ + '/' + name; }
+    /// Makes a file, and folders on the way to it.
+    void WriteFile(const std::string& name, const std::string& content) const;
+    std::string ReadFile(const std::string& name) const;
+    bool Exists(const std::string& name) const;
+    /// All files at or below `name` with the Summary of their content; links with their targets.
+    std::map<std::string, std::string> Snapshot(const std::string& name = ".") const;
+
+private:
+    std::string folder_;
+};
+
+/// Short content as it is; of longer content the size and a digest, which a failed test can print.
+std::string Summary(const std::string& content);
+
+/// Bytes that differ with position and seed.
+std::string Bytes(std::size_t size, unsigned seed);
