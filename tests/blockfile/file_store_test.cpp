@@ -56,9 +56,4 @@ TEST(FileStore, KeepsTheOrderOfWrites) {
     EXPECT_EQ(ReadFile(folder / "f"), block + later + block + later);
 }
 
-TEST(FileStore, FullDiskIsAnError) {
-    const auto store = FileStore::Open("/dev/full", false);
-    EXPECT_EQ(store, nullptr) << "no regular file";
-}
-
 } // namespace

@@ -1,12 +1,7 @@
 #include "ToolRun.h"
 
-#include <cerrno>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
-#include <random>
 #include <stdexcept>
 
 #include <fcntl.h>
@@ -28,31 +23,14 @@ std::vector<char*> ArgumentVector(const std::vector<std::string>& arguments) {
     return vector;
 }
 
-std::string ReadWhole(const std::string& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 } // namespace
-
-ToolTest::ToolTest() {
-    folder_ = (fs::temp_directory_path() / "krstream-test-XXXXXX").native();
-    if (mkdtemp(folder_.data()) == nullptr) {
-        throw std::runtime_error("no temporary folder");
-    }
-}
-
-ToolTest::~ToolTest() {
-    fs::remove_all(folder_);
-}
 
 ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::string& input,
                          const std::string& outputPath) const {
-    // Beside the folder, where snapshots do not see them.
-    const std::string in = folder_ + ".in";
-    const std::string out = outputPath.empty() ? folder_ + ".out" : outputPath;
-    const std::string err = folder_ + ".err";
-    std::ofstream(in, std::ios::binary) << input;
+    const std::string in = streams_ / "in";
+    const std::string out = outputPath.empty() ? streams_ / "out" : outputPath;
+    const std::string err = streams_ / "err";
+    ::WriteFile(in, input);
 
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -60,7 +38,7 @@ ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::s
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), create, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), create, 0600);
-    posix_spawn_file_actions_addchdir_np(&actions, folder_.c_str());
+    posix_spawn_file_actions_addchdir_np(&actions, Path(".").c_str());
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
@@ -75,12 +53,8 @@ ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::s
     }
     int status = 0;
     waitpid(process, &status, 0);
-    ToolResult result{WIFEXITED(status) ? WEXITSTATUS(status) : -1,
-                      outputPath.empty() ? ReadWhole(out) : "", ReadWhole(err)};
-    for (const std::string& path : {in, folder_ + ".out", err}) {
-        unlink(path.c_str());
-    }
-    return result;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, outputPath.empty() ? ::ReadFile(out) : "",
+            ::ReadFile(err)};
 }
 
 ToolTest::Session ToolTest::Start(const std::vector<std::string>& arguments) const {
@@ -93,7 +67,7 @@ ToolTest::Session ToolTest::Start(const std::vector<std::string>& arguments) con
     session.process = forkpty(&session.terminal, nullptr, nullptr, nullptr);
     if (session.process == 0) {
         dup2(input[0], STDIN_FILENO);
-        if (chdir(folder_.c_str()) == 0) {
+        if (chdir(Path(".").c_str()) == 0) {
             execv(KRSTREAM_TOOL, vector.data());
         }
         _exit(127);
@@ -118,11 +92,7 @@ std::string ToolTest::Finish(const Session& session, int& waitStatus) {
 
 void ToolTest::WriteFile(const std::string& name, const std::string& content) const {
     fs::create_directories(fs::path(Path(name)).parent_path());
-    std::ofstream(Path(name), std::ios::binary) << content;
-}
-
-std::string ToolTest::ReadFile(const std::string& name) const {
-    return ReadWhole(Path(name));
+    ::WriteFile(Path(name), content);
 }
 
 bool ToolTest::Exists(const std::string& name) const {
@@ -138,7 +108,7 @@ std::map<std::string, std::string> ToolTest::Snapshot(const std::string& name) c
         if (type == fs::file_type::symlink) {
             files[relative] = "-> " + fs::read_symlink(found.path()).native();
         } else if (type == fs::file_type::regular) {
-            files[relative] = Summary(ReadWhole(found.path().native()));
+            files[relative] = Summary(::ReadFile(found.path().native()));
         }
     }
     return files;
@@ -149,13 +119,4 @@ std::string Summary(const std::string& content) {
     return content.size() <= kShort ? content
                                     : std::to_string(content.size()) + " bytes, digest " +
                                           std::to_string(std::hash<std::string>()(content));
-}
-
-std::string Bytes(std::size_t size, unsigned seed) {
-    std::mt19937 random(seed);
-    std::string bytes(size, '\0');
-    for (char& byte : bytes) {
-        byte = static_cast<char>(random());
-    }
-    return bytes;
 }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "tests/support/Entries.h"
+#include "tests/support/TempFolder.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -18,12 +21,7 @@ struct ToolResult {
 
 /// Each test works in a folder of its own, which is the tool's current folder too.
 class ToolTest : public testing::Test {
-public:
-    ~ToolTest() override;
-
 protected:
-    ToolTest();
-
     /// Runs the tool without a terminal.
     ToolResult Run(const std::vector<std::string>& arguments, const std::string& input = "",
                    const std::string& outputPath = "") const;
@@ -39,20 +37,19 @@ protected:
     /// Waits for the tool; what the terminal showed, and the raw wait status.
     static std::string Finish(const Session& session, int& waitStatus);
 
-    std::string Path(const std::string& name) const { return folder_ + '/' + name; }
+    std::string Path(const std::string& name) const { return folder_ / name; }
     /// Makes a file, and folders on the way to it.
     void WriteFile(const std::string& name, const std::string& content) const;
-    std::string ReadFile(const std::string& name) const;
+    std::string ReadFile(const std::string& name) const { return ::ReadFile(Path(name)); }
     bool Exists(const std::string& name) const;
     /// All files at or below `name` with the Summary of their content; links with their targets.
     std::map<std::string, std::string> Snapshot(const std::string& name = ".") const;
 
 private:
-    std::string folder_;
+    /// Standard streams are kept here, where snapshots do not see them.
+    const TempFolder streams_;
+    const TempFolder folder_;
 };
 
 /// Short content as it is; of longer content the size and a digest, which a failed test can print.
 std::string Summary(const std::string& content);
-
-/// Bytes that differ with position and seed.
-std::string Bytes(std::size_t size, unsigned seed);

@@ -1,13 +1,10 @@
 #include "ToolRun.h"
 
-#include <chrono>
 #include <csignal>
-#include <thread>
 
+#include <poll.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-using namespace std::chrono_literals;
 
 namespace {
 
@@ -48,9 +45,10 @@ TEST_F(ToolTest, PasswordsAreAskedForWithoutEcho) {
 TEST_F(ToolTest, LongWorkShowsItsProgress) {
     ASSERT_EQ(Run({"create", "f.kr", "."}).status, 0);
     const Session session = Start({"add", "f.kr", "-", "--name", "slow"});
-    for (int i = 0; i < 4; ++i) {
-        Type(session.input, Bytes(10000, 1));
-        std::this_thread::sleep_for(400ms);
+    // The work goes on until something is shown of it.
+    pollfd terminal{session.terminal, POLLIN, 0};
+    for (int i = 0; i < 3000 && poll(&terminal, 1, 20) == 0; ++i) {
+        Type(session.input, Pattern(1000, 1));
     }
     int status = 0;
     const std::string shown = Finish(session, status);
@@ -65,8 +63,8 @@ TEST_F(ToolTest, AnInterruptLeavesNothingHalfDone) {
     WriteFile("a", "content");
     ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
     const Session session = Start({"add", "f.kr", "-", "--name", "half"});
-    Type(session.input, Bytes(50000, 1));
-    std::this_thread::sleep_for(300ms);
+    // More than a pipe holds, so that the tool has read the rest by the time this is typed.
+    Type(session.input, Pattern(200000, 1));
     ASSERT_EQ(kill(session.process, SIGTERM), 0);
     int status = 0;
     Finish(session, status);

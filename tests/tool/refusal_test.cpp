@@ -114,10 +114,10 @@ TEST_F(RefusalTest, FilesInUseAreLeftAlone) {
 }
 
 TEST_F(RefusalTest, EveryCutOfAFileIsSurvived) {
-    WriteFile("in/a", Bytes(5000, 1));
-    WriteFile("in/b", Bytes(3000, 2));
-    WriteFile("in/c", Bytes(1, 3));
-    WriteFile("in/d", Bytes(2, 4));
+    WriteFile("in/a", Pattern(5000, 1));
+    WriteFile("in/b", Pattern(3000, 2));
+    WriteFile("in/c", Pattern(1, 3));
+    WriteFile("in/d", Pattern(2, 4));
     ASSERT_EQ(Run({"create", "f.kr", "in"}).status, 0);
     const std::string whole = ReadFile("f.kr");
     for (std::size_t length = 512; length < whole.size(); length += 512) {
@@ -138,12 +138,12 @@ TEST_F(RefusalTest, EveryCutOfAFileIsSurvived) {
 }
 
 TEST_F(RefusalTest, ADamagedEntryCostsOnlyItself) {
-    WriteFile("a", Bytes(3000, 1));
-    WriteFile("b", Bytes(3000, 2));
-    WriteFile("c", Bytes(3000, 3));
+    WriteFile("a", Pattern(3000, 1));
+    WriteFile("b", Pattern(3000, 2));
+    WriteFile("c", Pattern(3000, 3));
     ASSERT_EQ(Run({"create", "f.kr", "a", "b", "c"}).status, 0);
     std::string bytes = ReadFile("f.kr");
-    const std::size_t second = bytes.find(Bytes(3000, 2).substr(1003, 100)) / 1024 * 1024;
+    const std::size_t second = bytes.find(Pattern(3000, 2).substr(1003, 100)) / 1024 * 1024;
     bytes[second] = static_cast<char>(bytes[second] ^ 0x40);
     WriteFile("f.kr", bytes);
 
@@ -152,11 +152,11 @@ TEST_F(RefusalTest, ADamagedEntryCostsOnlyItself) {
     EXPECT_EQ(extracted.err,
               "krstream: b: not extracted, it is damaged in f.kr; take another copy of that\n");
     EXPECT_EQ(Snapshot("out"),
-              (std::map<std::string, std::string>{{"a", Summary(Bytes(3000, 1))},
-                                                  {"c", Summary(Bytes(3000, 3))}}));
+              (std::map<std::string, std::string>{{"a", Summary(Pattern(3000, 1))},
+                                                  {"c", Summary(Pattern(3000, 3))}}));
     const ToolResult shown = Run({"cat", "f.kr", "b", "c"});
     EXPECT_EQ(shown.status, 1);
-    EXPECT_EQ(shown.out, Bytes(3000, 2).substr(0, shown.out.size() - 3000) + Bytes(3000, 3));
+    EXPECT_EQ(shown.out, Pattern(3000, 2).substr(0, shown.out.size() - 3000) + Pattern(3000, 3));
     EXPECT_EQ(Run({"extract", "f.kr", "b", "-C", "alone"}).status, 2);
     WriteFile("pw", "secret");
     EXPECT_EQ(Run({"encrypt", "f.kr", "--password-file", "pw"}).status, 2);

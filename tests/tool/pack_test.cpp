@@ -21,7 +21,7 @@ TEST_F(ToolTest, FoldersComeBackAsTheyWere) {
                                                       {"bad\xff", 5},
                                                       {"-dash", 6}};
     for (const auto& [name, size] : files) {
-        WriteFile("in/" + name, Bytes(size, static_cast<unsigned>(size)));
+        WriteFile("in/" + name, Pattern(size, static_cast<unsigned>(size)));
     }
     EXPECT_EQ(Run({"create", "-C", "in", "f.kr", "."}).status, 0);
     EXPECT_EQ(Run({"extract", "f.kr", "-C", "out/new"}).status, 0);
@@ -41,9 +41,9 @@ TEST_F(ToolTest, EntriesAreAddedReplacedShownAndDeleted) {
     ASSERT_EQ(Run({"create", "f.kr", "a", "b"}).status, 0);
     WriteFile("a", "other");
     EXPECT_EQ(Run({"add", "f.kr", "a"}).status, 0);
-    EXPECT_EQ(Run({"a", "f.kr", "-", "--name", "sub/./piped"}, Bytes(20000, 1)).status, 0);
+    EXPECT_EQ(Run({"a", "f.kr", "-", "--name", "sub/./piped"}, Pattern(20000, 1)).status, 0);
     EXPECT_EQ(Run({"cat", "f.kr", "A", "b"}).out, "othersecond");
-    EXPECT_EQ(Run({"cat", "f.kr", "sub/piped"}).out, Bytes(20000, 1));
+    EXPECT_EQ(Run({"cat", "f.kr", "sub/piped"}).out, Pattern(20000, 1));
 
     const ToolResult some = Run({"cat", "f.kr", "c", "b"});
     EXPECT_EQ(some.status, 1);
@@ -57,7 +57,7 @@ TEST_F(ToolTest, EntriesAreAddedReplacedShownAndDeleted) {
 }
 
 TEST_F(ToolTest, ListAndInfoTellWhatIsThere) {
-    WriteFile("bad\xff", Bytes(2006, 1));
+    WriteFile("bad\xff", Pattern(2006, 1));
     WriteFile("x", "");
     ASSERT_EQ(Run({"create", "f.kr", "bad\xff", "x"}).status, 0);
 
