@@ -57,15 +57,15 @@ ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::s
             ::ReadFile(err)};
 }
 
-ToolTest::Session ToolTest::Start(const std::vector<std::string>& arguments) const {
+ToolTest::TerminalRun ToolTest::Start(const std::vector<std::string>& arguments) const {
     int input[2] = {-1, -1};
     if (pipe2(input, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
     const std::vector<char*> vector = ArgumentVector(arguments);
-    Session session{-1, -1, input[1]};
-    session.process = forkpty(&session.terminal, nullptr, nullptr, nullptr);
-    if (session.process == 0) {
+    TerminalRun run{-1, -1, input[1]};
+    run.process = forkpty(&run.terminal, nullptr, nullptr, nullptr);
+    if (run.process == 0) {
         dup2(input[0], STDIN_FILENO);
         if (chdir(Path(".").c_str()) == 0) {
             execv(KRSTREAM_TOOL, vector.data());
@@ -73,20 +73,20 @@ ToolTest::Session ToolTest::Start(const std::vector<std::string>& arguments) con
         _exit(127);
     }
     close(input[0]);
-    return session;
+    return run;
 }
 
-std::string ToolTest::Finish(const Session& session, int& waitStatus) {
-    close(session.input);
+std::string ToolTest::Finish(const TerminalRun& run, int& waitStatus) {
+    close(run.input);
     std::string shown;
     char buffer[1024];
     ssize_t count = 0;
     // Once the tool has ended, reading its terminal is an error.
-    while ((count = read(session.terminal, buffer, sizeof buffer)) > 0) {
+    while ((count = read(run.terminal, buffer, sizeof buffer)) > 0) {
         shown.append(buffer, static_cast<std::size_t>(count));
     }
-    close(session.terminal);
-    waitpid(session.process, &waitStatus, 0);
+    close(run.terminal);
+    waitpid(run.process, &waitStatus, 0);
     return shown;
 }
 

@@ -28,14 +28,14 @@ protected:
 
     /// Starts the tool at a terminal of its own. `terminal` is our end of that; standard input is a
     /// pipe that we write to.
-    struct Session {
+    struct TerminalRun {
         pid_t process;
         int terminal;
         int input;
     };
-    Session Start(const std::vector<std::string>& arguments) const;
+    TerminalRun Start(const std::vector<std::string>& arguments) const;
     /// Waits for the tool; what the terminal showed, and the raw wait status.
-    static std::string Finish(const Session& session, int& waitStatus);
+    static std::string Finish(const TerminalRun& run, int& waitStatus);
 
     std::string Path(const std::string& name) const { return folder_ / name; }
     /// Makes a file, and folders on the way to it.

@@ -19,16 +19,16 @@ TEST_F(ToolTest, PasswordsAreAskedForWithoutEcho) {
     ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
     const auto ask = [this](const std::vector<std::string>& arguments,
                             const std::vector<std::string>& answers, std::string& shown) {
-        const Session session = Start(arguments);
+        const TerminalRun run = Start(arguments);
         char c = 0;
         for (const std::string& answer : answers) {
-            while (read(session.terminal, &c, 1) == 1 && c != ':') {
+            while (read(run.terminal, &c, 1) == 1 && c != ':') {
                 shown += c;
             }
-            Type(session.terminal, answer + '\n');
+            Type(run.terminal, answer + '\n');
         }
         int status = 0;
-        shown += Finish(session, status);
+        shown += Finish(run, status);
         EXPECT_EQ(shown.find("secret"), std::string::npos);
         return WEXITSTATUS(status);
     };
@@ -44,14 +44,14 @@ TEST_F(ToolTest, PasswordsAreAskedForWithoutEcho) {
 
 TEST_F(ToolTest, LongWorkShowsItsProgress) {
     ASSERT_EQ(Run({"create", "f.kr", "."}).status, 0);
-    const Session session = Start({"add", "f.kr", "-", "--name", "slow"});
+    const TerminalRun run = Start({"add", "f.kr", "-", "--name", "slow"});
     // The work goes on until something is shown of it.
-    pollfd terminal{session.terminal, POLLIN, 0};
+    pollfd terminal{run.terminal, POLLIN, 0};
     for (int i = 0; i < 3000 && poll(&terminal, 1, 20) == 0; ++i) {
-        Type(session.input, Pattern(1000, 1));
+        Type(run.input, Pattern(1000, 1));
     }
     int status = 0;
-    const std::string shown = Finish(session, status);
+    const std::string shown = Finish(run, status);
     EXPECT_EQ(status, 0);
     EXPECT_NE(shown.find(" MB, "), std::string::npos);
     EXPECT_NE(shown.find("MB/s"), std::string::npos);
@@ -62,12 +62,12 @@ TEST_F(ToolTest, LongWorkShowsItsProgress) {
 TEST_F(ToolTest, AnInterruptLeavesNothingHalfDone) {
     WriteFile("a", "content");
     ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
-    const Session session = Start({"add", "f.kr", "-", "--name", "half"});
+    const TerminalRun run = Start({"add", "f.kr", "-", "--name", "half"});
     // More than a pipe holds, so that the tool has read the rest by the time this is typed.
-    Type(session.input, Pattern(200000, 1));
-    ASSERT_EQ(kill(session.process, SIGTERM), 0);
+    Type(run.input, Pattern(200000, 1));
+    ASSERT_EQ(kill(run.process, SIGTERM), 0);
     int status = 0;
-    Finish(session, status);
+    Finish(run, status);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
     EXPECT_EQ(Run({"list", "f.kr"}).out, "a\n");
     EXPECT_EQ(Run({"add", "f.kr", "a"}).status, 0);
