@@ -20,14 +20,14 @@ std::unique_ptr<const BlowFish::Context> MakeCipher(const char* password) {
 } // namespace
 
 bool CompoundFileServer::IsEncrypted() const {
-    return status_ == KrStreamE::Ok && HasPassword() && directory_.EntryCount() > 0;
+    return status_ == KrStreamE::Ok && IsFlaggedEncrypted() && directory_.EntryCount() > 0;
 }
 
 bool CompoundFileServer::SetPassword(const char* password) {
     if (status_ != KrStreamE::Ok && status_ != KrStreamE::PasswordRequired) {
         return false;
     }
-    if (!HasPassword()) {
+    if (!IsFlaggedEncrypted()) {
         return true;
     }
     try {
@@ -89,12 +89,12 @@ KrStreamE::Status CompoundFileServer::Decrypt() {
     });
 }
 
-bool CompoundFileServer::HasPassword() const {
+bool CompoundFileServer::IsFlaggedEncrypted() const {
     return !directory_.IsEmpty() && (directory_.Block(0).flags & kEncryptedFlag) != 0;
 }
 
 void CompoundFileServer::RequirePassword() const {
-    if (HasPassword() && cipher_ == nullptr) {
+    if (IsFlaggedEncrypted() && cipher_ == nullptr) {
         throw CompoundFileServerError{KrStreamE::PasswordRequired};
     }
 }
@@ -106,7 +106,7 @@ KrStreamE::Status CompoundFileServer::ChangePayloads(Change change) {
     if (status_ != KrStreamE::Ok) {
         return status_;
     }
-    if (!audit_.IsSound()) {
+    if (!audit_.contested.empty()) {
         return Fail(KrStreamE::Failed);
     }
     Guard([&] {

@@ -16,7 +16,6 @@ public:
 
     void Open(std::unique_ptr<ByteStore> bytes, std::uint64_t length);
     void Close();
-    bool IsOpen() const { return bytes_ != nullptr; }
 
     /// Length in bytes, everything written included.
     std::uint64_t Length() const { return length_; }
@@ -25,9 +24,6 @@ public:
 
     /// Reads the first `count` bytes of a block; false when not all are there.
     bool Read(BlockNumber number, unsigned char* bytes, std::size_t count);
-    bool Read(BlockNumber number, unsigned char* block) {
-        return Read(number, block, BlockFormat::kBlockSize);
-    }
 
     /// Writes a block. Blocks missing between the end of the file and this one are first written as
     /// padding.

@@ -33,7 +33,9 @@ public:
         BlockNumber previous = kNoBlock;
         for (BlockNumber number = firstBlock; number != kNoBlock; number = blocks_[number].next) {
             if (number >= blocks_.size()) {
-                audit_.cutOff.insert(previous);
+                if (!audit_.promised.insert(number).second) {
+                    audit_.contested.insert(number);
+                }
                 return;
             }
             if (directory_.HoldsBlock(number) || !blocks_[number].payloadFits) {

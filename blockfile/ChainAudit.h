@@ -32,10 +32,10 @@ struct ChainAudit {
     /// data block. They may be read, but never be written or freed through one entry, because
     /// another one may own what they lead to.
     std::unordered_set<BlockFormat::BlockNumber> contested;
-    /// Blocks whose link leads past the end of the file, as in an entry that was being extended
-    /// when its program died. The link must not be followed, for the number may since have been
-    /// given to another entry.
-    std::unordered_set<BlockFormat::BlockNumber> cutOff;
+    /// Numbers past the end of the file that a chain leads to, as in an entry that was being
+    /// extended when its program died. They belong to that chain, and must not be given to another
+    /// entry.
+    std::unordered_set<BlockFormat::BlockNumber> promised;
 
     ChainAudit() = default;
 
@@ -43,9 +43,4 @@ struct ChainAudit {
     /// an entry's chain: a block marked used by mistake is only wasted; one marked free by mistake
     /// would be given to a second entry.
     ChainAudit(const HeaderScan& scan, const Directory& directory, UsageTable& usage);
-
-    bool IsSound() const { return contested.empty() && cutOff.empty(); }
-    bool MayWrite(BlockFormat::BlockNumber number) const {
-        return IsSound() || (contested.count(number) == 0 && cutOff.count(number) == 0);
-    }
 };

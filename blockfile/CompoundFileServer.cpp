@@ -83,6 +83,10 @@ KrStreamE::Status CompoundFileServer::Close() {
         if (readOnly_) {
             return;
         }
+        // No stream is left to write these: another one wrote over the link to them.
+        while (!unwritten_.empty()) {
+            FreeBlock(unwritten_.back());
+        }
         if (directoryDirty_ || usageDirty_) {
             WriteDirectory();
         }
@@ -108,9 +112,10 @@ std::string CompoundFileServer::FlushToString() {
         if (!readOnly_) {
             WriteDirectory();
             content = file_.Content();
+            Check(content.size() < file_.Length() ? KrStreamE::Failed : KrStreamE::Ok);
         }
     });
-    return content;
+    return status_ == KrStreamE::Ok ? content : std::string();
 }
 
 void CompoundFileServer::Release(const char* name) {

@@ -100,6 +100,16 @@ public:
     Status WriteDataBlock(const DataBlock& block);
     /// Takes a free block and makes `block` its empty record; WriteDataBlock is still to come.
     Status AllocateBlock(DataBlock& block);
+    /// Whether a block was given out and its stream has not written it yet: nothing sound stands at
+    /// its place, and nobody but that stream may take it for a part of the chain.
+    bool IsUnwritten(BlockNumber number) const;
+    /// Whether a block may be written through the entry that leads to it.
+    bool MayWrite(BlockNumber number) const {
+        return !readOnly_ && audit_.contested.count(number) == 0;
+    }
+    /// To be called before a chain is extended: where the file ends in the middle of a chain, that
+    /// chain gets an empty last block.
+    Status RestoreLostEnd();
     /// As many blocks as the longest sound chain can have.
     std::uint64_t ChainLimit() const;
     /// A chain was found to run in a circle.
@@ -110,10 +120,6 @@ public:
     Status Encrypt(const char* password);
     Status Decrypt();
     bool SetPassword(const char* password);
-
-    /// Whether a block was given out and its stream has not written it yet: nothing sound stands at
-    /// its place, and nobody but that stream may take it for a part of the chain.
-    bool IsUnwritten(BlockNumber number) const;
 
 private:
     using Chain = std::vector<BlockNumber>;
@@ -145,16 +151,18 @@ private:
     Status FetchDataBlock(BlockNumber number, DataBlock& block);
     void StoreDataBlock(const DataBlock& block);
     void StoreImage(BlockNumber number, bool inUse, const unsigned char* image);
+    void StoreEmptyBlock(BlockNumber number, bool inUse);
     BlockNumber TakeBlock();
     void ForgetUnwritten(BlockNumber number);
     Chain CollectChain(BlockNumber first);
     void FreeChain(BlockNumber first);
+    void FreeBlock(BlockNumber number);
 
     std::vector<unsigned char> ReadFreeList();
     void WriteFreeList();
     void WriteFreeListBlocks(const Chain& chain, const std::vector<unsigned char>& content);
 
-    bool HasPassword() const;
+    bool IsFlaggedEncrypted() const;
     void RequirePassword() const;
     template <typename Change>
     Status ChangePayloads(Change change);

@@ -68,7 +68,7 @@ KrStreamE::Status CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlo
 
 void CompoundFileServer::StoreDataBlock(const DataBlock& block) {
     const BlockNumber number = block.Number();
-    if (!audit_.MayWrite(number)) {
+    if (!MayWrite(number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
     if (IsEncrypted()) {
@@ -88,17 +88,44 @@ void CompoundFileServer::StoreImage(BlockNumber number, bool inUse, const unsign
     }
     usageDirty_ = true;
     usage_.Set(number, inUse);
+    const std::uint64_t oldCount = file_.BlockCount();
     if (!file_.Write(number, image)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
+    // The padding in between stands for blocks whose streams have not written them yet. Should they
+    // never come to it, padding left behind would keep the file from being opened for writing.
+    for (std::uint64_t gap = oldCount + 1; gap < number; ++gap) {
+        StoreEmptyBlock(static_cast<BlockNumber>(gap),
+                        usage_.IsUsed(static_cast<BlockNumber>(gap)));
+    }
+}
+
+void CompoundFileServer::StoreEmptyBlock(BlockNumber number, bool inUse) {
+    DataBlock block;
+    block.Reset(number);
+    block.SetInUse(inUse);
+    block.ClearUnused();
+    StoreImage(number, inUse, block.Image());
 }
 
 BlockNumber CompoundFileServer::TakeBlock() {
-    const BlockNumber number = usage_.Allocate();
+    BlockNumber number = usage_.Allocate();
+    while (audit_.promised.erase(number) != 0) {
+        StoreEmptyBlock(number, true);
+        number = usage_.Allocate();
+    }
     if (number == kNoBlock) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
     return number;
+}
+
+KrStreamE::Status CompoundFileServer::RestoreLostEnd() {
+    return Guard([this] {
+        while (audit_.promised.erase(usage_.Highest() + 1) != 0) {
+            StoreEmptyBlock(usage_.Highest() + 1, true);
+        }
+    });
 }
 
 void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
@@ -109,8 +136,8 @@ CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {
     Chain chain;
     DataBlock block;
     BlockNumber number = first;
-    while (number != kNoBlock) {
-        if (chain.size() >= ChainLimit() || audit_.contested.count(number) != 0) {
+    while (number != kNoBlock && audit_.promised.count(number) == 0) {
+        if (chain.size() >= ChainLimit()) {
             throw CompoundFileServerError{KrStreamE::Failed};
         }
         chain.push_back(number);
@@ -118,23 +145,35 @@ CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {
             break;
         }
         Check(FetchBlock(number, block, kPayloadOffset));
-        number = audit_.cutOff.count(number) != 0 ? kNoBlock : block.Next();
+        number = block.Next();
     }
     return chain;
 }
 
 void CompoundFileServer::FreeChain(BlockNumber first) {
     // The whole chain is looked at before its first block is touched.
-    for (const BlockNumber number : CollectChain(first)) {
-        if (IsUnwritten(number)) {
-            usage_.Set(number, false);
-            ForgetUnwritten(number);
-            continue;
+    const Chain chain = CollectChain(first);
+    for (const BlockNumber number : chain) {
+        // What follows may be another entry's. It stays as it is, wasted at worst.
+        if (audit_.contested.count(number) != 0) {
+            return;
         }
+        FreeBlock(number);
+    }
+}
+
+void CompoundFileServer::FreeBlock(BlockNumber number) {
+    if (!IsUnwritten(number)) {
         DataBlock block;
         Check(FetchBlock(number, block, kBlockSize));
         block.SetInUse(false);
-        audit_.cutOff.erase(number);
         StoreImage(number, false, block.Image());
+        return;
+    }
+    ForgetUnwritten(number);
+    if (file_.Contains(number)) {
+        StoreEmptyBlock(number, false);
+    } else {
+        usage_.Set(number, false);
     }
 }

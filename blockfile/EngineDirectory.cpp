@@ -67,12 +67,14 @@ std::optional<CompoundFileServer::EntryRef> CompoundFileServer::MakeEntry(const 
         return std::nullopt;
     }
     RequirePassword();
+    // The name may be that of the slot itself, as the directory walk hands it out.
+    const std::string ownName(name);
     directoryDirty_ = true;
     const Directory::Slot slot = TakeSlot();
     DataBlock block;
     block.Reset(TakeBlock());
     block.ClearUnused();
-    directory_.Occupy(slot, name, TimeText(), block.Number());
+    directory_.Occupy(slot, ownName, TimeText(), block.Number());
     try {
         StoreDataBlock(block);
     } catch (...) {

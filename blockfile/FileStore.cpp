@@ -1,5 +1,7 @@
 #include "blockfile/FileStore.h"
 
+#include "blockfile/BlockFormat.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -49,7 +51,10 @@ std::unique_ptr<FileStore> FileStore::Open(const char* path, bool readOnly) {
 }
 
 FileStore::FileStore(int descriptor, std::uint64_t length)
-    : descriptor_(descriptor), length_(length), window_(new unsigned char[kWindowSize]) {}
+    : descriptor_(descriptor),
+      length_(length),
+      writtenLength_(length),
+      window_(new unsigned char[kWindowSize]) {}
 
 FileStore::~FileStore() {
     Flush();
@@ -95,11 +100,22 @@ bool FileStore::Flush() {
                                        static_cast<off_t>(windowStart_ + at));
         if (written < 0 && errno != EINTR) {
             windowLength_ = 0;
+            DropPartOfBlock();
             return false;
         }
         at += static_cast<std::size_t>(std::max<ssize_t>(written, 0));
+        writtenLength_ = std::max(writtenLength_, windowStart_ + at);
     }
     return true;
+}
+
+// A write that failed may have left a part of a block at the end, with which the file could not be
+// opened any more.
+void FileStore::DropPartOfBlock() const {
+    const std::uint64_t part = writtenLength_ % BlockFormat::kBlockSize;
+    if (part != 0) {
+        static_cast<void>(!ftruncate(descriptor_, static_cast<off_t>(writtenLength_ - part)));
+    }
 }
 
 std::size_t FileStore::Available(std::uint64_t offset) const {

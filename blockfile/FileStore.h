@@ -28,11 +28,14 @@ private:
     /// The window's bytes from `offset` to its end; 0 when `offset` lies outside.
     std::size_t Available(std::uint64_t offset) const;
     bool Load(std::uint64_t offset);
+    void DropPartOfBlock() const;
     bool JoinsPending(std::uint64_t offset) const;
     bool FitsWindow(std::uint64_t offset, std::size_t count) const;
 
     const int descriptor_;
     const std::uint64_t length_;
+    /// Where the file ends on disk.
+    std::uint64_t writtenLength_;
     const std::unique_ptr<unsigned char[]> window_;
     std::uint64_t windowStart_ = 0;
     std::size_t windowLength_ = 0;

@@ -111,21 +111,22 @@ std::streamsize KrIOStreamDevice::Data::Read(char* bytes, std::size_t count) {
     }
     // A chain that ends in a full block was made by another writer; it gets the empty block that
     // belongs there.
-    if (position_ == size && EndsInFullBlock() && !engine_.IsReadOnly()) {
+    if (position_ == size && EndsInFullBlock() && engine_.MayWrite(current_->Number())) {
         Require(AppendBlock(), kReadError);
     }
     return static_cast<std::streamsize>(done);
 }
 
 std::size_t KrIOStreamDevice::Data::Write(const char* bytes, std::size_t count) {
-    Require(IsUsable(), kWriteError);
+    Require(IsUsable() && current_ != nullptr, kWriteError);
     // A read-only engine refuses the block, which leaves it failed; its directory in memory stays
     // as it was.
     Require(!engine_.IsReadOnly() || engine_.WriteDataBlock(*current_) == KrStreamE::Ok,
             kWriteError);
+    Require(engine_.RestoreLostEnd() == KrStreamE::Ok, kWriteError);
     written_ = true;
     std::size_t done = 0;
-    while (done < count && current_ != nullptr) {
+    while (done < count) {
         Require(GoToBlockOrAppend(BlockOfPosition()), kWriteError);
         const std::size_t offset = OffsetInBlock();
         // Bytes that the chain does not hold cannot be skipped over.
@@ -185,7 +186,8 @@ BlockNumber KrIOStreamDevice::Data::NextOfCurrent() const {
 
 bool KrIOStreamDevice::Data::EndsInFullBlock() const {
     return current_ != nullptr && OffsetInBlock() == 0 && position_ > 0 &&
-           blockIndex_ + 1 == BlockOfPosition() && current_->Next() == kNoBlock;
+           blockIndex_ + 1 == BlockOfPosition() && current_->Next() == kNoBlock &&
+           current_->Used() == kPayloadSize;
 }
 
 // Makes block `index` of the chain the current one; false when the chain ends before it or the

@@ -21,16 +21,6 @@ bool IsSet(const char* text) {
     return text != nullptr && *text != '\0';
 }
 
-/// Null where acquiring throws for want of memory.
-template <typename Acquire>
-CompoundFileServer* AcquireOrNull(Acquire acquire) {
-    try {
-        return acquire(*Servers::Get());
-    } catch (...) {
-        return nullptr;
-    }
-}
-
 } // namespace
 
 CompoundFile::CompoundFile() = default;
@@ -41,20 +31,16 @@ CompoundFile::CompoundFile(const CompoundFile&) = default;
 CompoundFile& CompoundFile::operator=(const CompoundFile&) = default;
 
 KrStreamE::Status CompoundFile::Open(const char* path, KrStreamE::OpenMode mode) {
-    Close();
-    return Hold(AcquireOrNull([&](Servers& servers) { return servers.AcquireByPath(path, mode); }));
+    return Hold([&](Servers& servers) { return servers.AcquireByPath(path, mode); });
 }
 
 KrStreamE::Status CompoundFile::Open(std::shared_ptr<std::iostream> stream) {
-    Close();
-    return Hold(AcquireOrNull([&](Servers& servers) { return servers.OpenStream(stream); }));
+    return Hold([&](Servers& servers) { return servers.OpenStream(stream); });
 }
 
 KrStreamE::Status CompoundFile::Open(std::shared_ptr<std::iostream> stream,
                                      bool callerKeepsStream) {
-    Close();
-    return Hold(AcquireOrNull(
-        [&](Servers& servers) { return servers.OpenStream(stream, callerKeepsStream); }));
+    return Hold([&](Servers& servers) { return servers.OpenStream(stream, callerKeepsStream); });
 }
 
 KrStreamE::Status CompoundFile::Close() {
@@ -185,10 +171,18 @@ CompoundFileServer* CompoundFile::Engine() const {
     return reference_ != nullptr ? reference_->engine : nullptr;
 }
 
-KrStreamE::Status CompoundFile::Hold(CompoundFileServer* engine) {
-    if (engine == nullptr) {
+template <typename Acquire>
+KrStreamE::Status CompoundFile::Hold(Acquire acquire) {
+    Close();
+    try {
+        // Made first: once an engine is acquired, nothing may come between it and its holder.
+        auto reference = std::make_shared<Reference>();
+        reference->engine = acquire(*Servers::Get());
+        if (reference->engine != nullptr) {
+            reference_ = std::move(reference);
+        }
+        return GetStatus();
+    } catch (...) {
         return KrStreamE::NotOpen;
     }
-    reference_ = std::make_shared<Reference>(Reference{engine});
-    return engine->GetStatus();
 }

@@ -97,7 +97,8 @@ public:
     /// Returns Ok, or NotOpen, with the handle empty, whatever went wrong: no regular file, no
     /// permission, in use by another process, not a block file, damaged. An encrypted file opens
     /// without its password. Read only, the cost is that of reading the directory; for writing,
-    /// also one pass over the whole file's block headers and one byte of memory a block.
+    /// also one pass over the whole file's block headers, and memory of one byte a block while the
+    /// file is open and some twenty bytes a block for the moment of opening.
     KrStreamE::Status Open(const char* path, KrStreamE::OpenMode mode);
 
     /// Opens for reading and writing on a caller's stream as on a new, empty file, whatever the
@@ -129,10 +130,10 @@ public:
     /// given. Names, times and sizes stay readable; bytes of blocks freed earlier stay plain on
     /// disk.
     ///
-    /// Ok; the status of an engine not Ok; Failed, with nothing changed, for an empty or null
-    /// password and for a file with damaged chains; Failed on a read-only engine; PasswordRequired
-    /// when the old password is missing. A failed write leaves the blocks before it in their new
-    /// form. Reads and writes every payload once.
+    /// Ok; the status of an engine not Ok; Failed, with nothing changed on disk, for an empty or
+    /// null password and, the engine having failed, for a file with damaged chains; Failed on a
+    /// read-only engine; PasswordRequired when the old password is missing. A failed write leaves
+    /// the blocks before it in their new form. Reads and writes every payload once.
     KrStreamE::Status Encrypt(const char* password);
 
     /// Deciphers all payloads and removes the password. Ok, also for a file that is not encrypted;
@@ -200,9 +201,11 @@ public:
     /// GetStatus alone; flush the stream to have it told by the stream.
     ///
     /// Null also for an empty handle, an empty or null name, a name over 256 bytes, a missing entry
-    /// ("r"), a read-only engine ("w"), a missing password ("w") or an engine that is not Ok. I/O
-    /// errors set the stream's badbit and the engine's status. One stream at a time should write an
-    /// entry, with nobody else reading it; writing through two streams at once damages that entry.
+    /// ("r"), and, with "w", for a read-only engine, a missing password or an engine that is not
+    /// Ok; with "r" such an engine gives a stream that is bad from the start. I/O errors set the
+    /// stream's badbit and the engine's status. One stream at a time should write an entry, with
+    /// nobody else reading it; writing through two streams at once damages that entry and can waste
+    /// blocks.
     ///
     /// Memory: two blocks, a buffer of 10,240 bytes, and four bytes for each block visited.
     std::unique_ptr<std::iostream> GetIOStream(const char* name, const char* mode);
@@ -211,7 +214,8 @@ private:
     struct Reference;
 
     CompoundFileServer* Engine() const;
-    KrStreamE::Status Hold(CompoundFileServer* engine);
+    template <typename Acquire>
+    KrStreamE::Status Hold(Acquire acquire);
 
     std::shared_ptr<Reference> reference_;
 };

@@ -63,6 +63,7 @@ const Case kCases[] = {
      "", Ok},
     {"cut_in_data", [](RawFile& raw) { raw.bytes.resize(RawFile::At(10)); }, Ok, Ok, "d",
      BeyondEnd},
+    {"cut_in_record", [](RawFile& raw) { raw.bytes.resize(RawFile::At(11)); }, Ok, Ok, "", Ok},
     {"number", [](RawFile& raw) { raw.SetNumber(RawFile::At(3), 4, 77); }, Ok, NotOpen, "a",
      Failed},
     {"padding", [](RawFile& raw) { raw.SetNumber(RawFile::At(6), 4, 5); }, Ok, NotOpen, "b",
@@ -129,10 +130,11 @@ protected:
         }
         return model;
     }
-    /// Each untouched entry through an engine of its own, since reading a damaged one fails its
+    /// Each entry through an engine of its own, since reading a damaged one fails its
     /// engine.
-    void ExpectUntouchedWhole(const std::string& bytes, const std::string& after) const {
-        for (const auto& [name, content] : Untouched()) {
+    void ExpectWhole(const Model& entries, const std::string& bytes,
+                     const std::string& after) const {
+        for (const auto& [name, content] : entries) {
             CompoundFile file;
             WriteFile(path_, bytes);
             ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadOnly), Ok) << after;
@@ -159,7 +161,7 @@ TEST_P(Damage, OpensAndReadsSafely) {
         }
         file.Close();
         EXPECT_EQ(ReadFile(path_), bytes_);
-        ExpectUntouchedWhole(bytes_, "reading");
+        ExpectWhole(Untouched(), bytes_, "reading");
     }
     OpenAs(file, GetParam().readWrite, KrStreamE::ReadWrite);
     file.Close();
@@ -199,16 +201,24 @@ TEST_P(Damage, ChangesLeaveTheRestWhole) {
         OpenAs(file, Ok, KrStreamE::ReadWrite);
         change(file);
         file.Close();
-        ExpectUntouchedWhole(ReadFile(path_), what);
+        Model whole = Untouched();
+        ExpectWhole(whole, ReadFile(path_), what);
 
         ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), Ok) << what;
-        Put(file, "new", Pattern(20000, 8));
+        EXPECT_TRUE(Put(file, "new", Pattern(20000, 8))) << what;
         file.DeleteCFFile(name.c_str());
         file.Close();
         ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), Ok) << what;
-        Put(file, "newer", Pattern(20000, 9));
+        EXPECT_TRUE(Put(file, "newer", Pattern(20000, 9))) << what;
         file.Close();
-        ExpectUntouchedWhole(ReadFile(path_), what + " and new entries");
+        whole["new"] = Pattern(20000, 8);
+        whole["newer"] = Pattern(20000, 9);
+        ExpectWhole(whole, ReadFile(path_), what + " and new entries");
+        for (const auto& entry : Untouched()) {
+            ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), Ok) << what;
+            EXPECT_TRUE(Put(file, entry.first, "replaced")) << what << entry.first;
+            file.Close();
+        }
     }
 }
 

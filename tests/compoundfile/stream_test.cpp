@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <random>
+
+#include <sys/resource.h>
 
 namespace {
 
@@ -97,6 +100,32 @@ TEST_F(EntryStream, ModesDecideWhatIsOpened) {
     EXPECT_EQ(file_.GetStatus(), KrStreamE::Ok);
 }
 
+// The walk's names look into the very slots that rewriting frees and takes again.
+TEST_F(EntryStream, EntryIsRewrittenByItsListedName) {
+    Put(file_, "a", "old");
+    unsigned long index = 0;
+    file_.GetIOStream(file_.GetFirstDirName(&index), "wb")->write("new", 3);
+    EXPECT_TRUE(GetAll(file_) == (Model{{"a", "new"}}));
+}
+
+TEST_F(EntryStream, FullDiskLeavesAFileThatOpens) {
+    Put(file_, "a", Pattern(5000, 1));
+    file_.Flush();
+    rlimit limit{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &limit), 0);
+    const rlimit before = limit;
+    limit.rlim_cur = ReadFile(path_).size() + 5300;
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    Put(file_, "b", Pattern(50000, 2));
+    EXPECT_EQ(file_.Close(), KrStreamE::Failed);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+    std::signal(SIGXFSZ, handler);
+    Open();
+    EXPECT_TRUE(GetAll(file_)["a"] == Pattern(5000, 1));
+    EXPECT_TRUE(Put(file_, "b", Pattern(50000, 2)));
+}
+
 TEST_F(EntryStream, ReadOnlyFileIsNotChanged) {
     Put(file_, "e", "old");
     file_.Close();
@@ -127,6 +156,7 @@ TEST_F(EntryStream, DeletedOrReplacedEntryFailsItsOldStream) {
         auto reader = file_.GetIOStream("e", "rb");
         auto writer = file_.GetIOStream("e", "r+b");
         writer->seekp(0, std::ios::end).write(Pattern(30000, 3).data(), 30000);
+        Put(file_, "behind what the writer has not written yet", "x");
         if (replaced) {
             ASSERT_TRUE(Put(file_, "e", Pattern(7000, 4)));
         } else {
