@@ -189,6 +189,24 @@ TEST_F(EntryStream, ReaderBesideAWriterFailsAloneOnWhatIsNotWritten) {
     EXPECT_TRUE(Get(file_, "e") == Pattern(20480, 1));
 }
 
+// Each of them appends blocks that the other does not know of; some are never written.
+TEST_F(EntryStream, TwoWritersOfOneEntryDamageNoOther) {
+    Put(file_, "e", Pattern(1000, 1));
+    {
+        const auto first = file_.GetIOStream("e", "r+b");
+        const auto second = file_.GetIOStream("e", "r+b");
+        for (const auto* stream : {&first, &second}) {
+            (*stream)->seekp(0, std::ios::end).write(Pattern(11000, 2).data(), 11000);
+        }
+        Put(file_, "behind", Pattern(2000, 3));
+        EXPECT_TRUE(file_.DeleteCFFile("e"));
+    }
+    file_.Close();
+    Open();
+    EXPECT_TRUE(Put(file_, "e", Pattern(30000, 4)));
+    EXPECT_TRUE(GetAll(file_) == (Model{{"behind", Pattern(2000, 3)}, {"e", Pattern(30000, 4)}}));
+}
+
 TEST_F(EntryStream, InterleavedWritersKeepTheirBytes) {
     {
         auto a = file_.GetIOStream("a", "wb");
