@@ -13,8 +13,8 @@ bool IsEmpty(const char* password) {
     return password == nullptr || *password == '\0';
 }
 
-std::unique_ptr<const BlowFish::Context> MakeCipher(const char* password) {
-    return std::make_unique<const BlowFish::Context>(password, std::strlen(password));
+std::shared_ptr<const BlowFish::Context> MakeCipher(const char* password) {
+    return std::make_shared<const BlowFish::Context>(password, std::strlen(password));
 }
 
 } // namespace
@@ -44,9 +44,34 @@ bool CompoundFileServer::SetPassword(const char* password) {
 }
 
 KrStreamE::Status CompoundFileServer::Encrypt(const char* password) {
-    if (status_ == KrStreamE::Ok && IsEmpty(password)) {
+    if (status_ != KrStreamE::Ok) {
+        return status_;
+    }
+    if (IsEmpty(password)) {
         return KrStreamE::Failed;
     }
+    try {
+        return EncryptUnder(MakeCipher(password), MD5(password).GetRawDigest());
+    } catch (...) {
+        return Fail(KrStreamE::Failed);
+    }
+}
+
+KrStreamE::Status CompoundFileServer::EncryptLike(const CompoundFileServer& other) {
+    if (status_ != KrStreamE::Ok) {
+        return status_;
+    }
+    if (!other.IsFlaggedEncrypted()) {
+        return Decrypt();
+    }
+    return other.cipher_ == nullptr
+               ? KrStreamE::PasswordRequired
+               : EncryptUnder(other.cipher_, other.directory_.Block(0).passwordDigest);
+}
+
+KrStreamE::Status
+CompoundFileServer::EncryptUnder(const std::shared_ptr<const BlowFish::Context>& cipher,
+                                 const MD5::RawDigest& digest) {
     if (IsEncrypted()) {
         Decrypt();
     }
@@ -55,7 +80,7 @@ KrStreamE::Status CompoundFileServer::Encrypt(const char* password) {
             throw CompoundFileServerError{KrStreamE::Failed};
         }
         directoryDirty_ = true;
-        cipher_ = MakeCipher(password);
+        cipher_ = cipher;
         if (directory_.IsEmpty()) {
             AppendDirBlock();
         }
@@ -64,7 +89,7 @@ KrStreamE::Status CompoundFileServer::Encrypt(const char* password) {
     ChangePayloads([this](DataBlock& block) {
         cipher_->Encipher(block.Payload(), EncipheredLength(block.Used()), block.Number());
     });
-    return Guard([&] { SetPasswordRecord(true, MD5(password).GetRawDigest()); });
+    return Guard([&] { SetPasswordRecord(true, digest); });
 }
 
 KrStreamE::Status CompoundFileServer::Decrypt() {

@@ -62,6 +62,7 @@ public:
 
     // References: one for each handle and each entry stream.
     void AddReference() { ++references_; }
+    bool IsShared() const { return references_ > 1; }
     /// Gives one back; the last one unregisters, closes and destroys the engine. `name` is the
     /// entry of a stream.
     void Release(const char* name);
@@ -118,6 +119,8 @@ public:
     // Encryption.
     bool IsEncrypted() const;
     Status Encrypt(const char* password);
+    /// Makes this file encrypted under the other's password, or plain, as the other is.
+    Status EncryptLike(const CompoundFileServer& other);
     Status Decrypt();
     bool SetPassword(const char* password);
 
@@ -163,6 +166,8 @@ private:
     void WriteFreeListBlocks(const Chain& chain, const std::vector<unsigned char>& content);
 
     bool IsFlaggedEncrypted() const;
+    Status EncryptUnder(const std::shared_ptr<const BlowFish::Context>& cipher,
+                        const MD5::RawDigest& digest);
     void RequirePassword() const;
     template <typename Change>
     Status ChangePayloads(Change change);
@@ -178,7 +183,7 @@ private:
     bool readOnly_ = false;
     Directory directory_;
     bool directoryDirty_ = false;
-    std::unique_ptr<const BlowFish::Context> cipher_;
+    std::shared_ptr<const BlowFish::Context> cipher_;
     Status status_ = KrStreamE::NotOpen;
     bool usageDirty_ = false;
     std::time_t timeOfText_ = -1;

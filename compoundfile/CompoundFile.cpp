@@ -63,6 +63,10 @@ bool CompoundFile::IsReadOnly() const {
     return Engine() != nullptr && Engine()->IsReadOnly();
 }
 
+bool CompoundFile::IsShared() const {
+    return Engine() != nullptr && Engine()->IsShared();
+}
+
 bool CompoundFile::IsEncrypted() const {
     return Engine() != nullptr && Engine()->IsEncrypted();
 }
@@ -73,6 +77,11 @@ KrStreamE::Status CompoundFile::Encrypt(const char* password) {
 
 KrStreamE::Status CompoundFile::Decrypt() {
     return Engine() != nullptr ? Engine()->Decrypt() : KrStreamE::NotOpen;
+}
+
+KrStreamE::Status CompoundFile::EncryptLike(const CompoundFile& other) {
+    return Engine() != nullptr && other.Engine() != nullptr ? Engine()->EncryptLike(*other.Engine())
+                                                            : KrStreamE::NotOpen;
 }
 
 bool CompoundFile::SetPassword(const char* password) {

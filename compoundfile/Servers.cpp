@@ -3,7 +3,6 @@
 #include "blockfile/CompoundFileServer.h"
 
 #include <TALVOutl/Paths.h>
-#include <TALVOutl/Strings.h>
 
 #include <boost/thread/lock_types.hpp>
 
@@ -48,10 +47,6 @@ void Servers::Unregister(const CompoundFileServer& engine) {
         const boost::unique_lock<boost::mutex> lock(mutex_);
         engines_.erase(engine.GetPath());
     }
-}
-
-bool Servers::PathOrder::operator()(const std::string& a, const std::string& b) const {
-    return KrStdString::CompareNoCase(a, b, locale) < 0;
 }
 
 template <typename... Arguments>

@@ -3,11 +3,11 @@
 #include "blockfile/ServerRegistry.h"
 
 #include <TALVOkrstream/CompoundFile.h>
+#include <TALVOutl/Strings.h>
 
 #include <boost/thread/mutex.hpp>
 
 #include <iosfwd>
-#include <locale>
 #include <map>
 #include <memory>
 #include <string>
@@ -34,14 +34,9 @@ public:
     void Unregister(const CompoundFileServer& engine) override;
 
 private:
-    struct PathOrder {
-        std::locale locale;
-        bool operator()(const std::string& a, const std::string& b) const;
-    };
-
     template <typename... Arguments>
     CompoundFileServer* Create(const Arguments&... arguments);
 
     boost::mutex mutex_;
-    std::map<std::string, CompoundFileServer*, PathOrder> engines_;
+    std::map<std::string, CompoundFileServer*, KrStdString::LessNoCase> engines_;
 };

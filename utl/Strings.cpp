@@ -62,6 +62,10 @@ int CompareNoCase(std::string_view a, std::string_view b, const std::locale& loc
     return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
 }
 
+bool LessNoCase::operator()(std::string_view a, std::string_view b) const {
+    return CompareNoCase(a, b, locale) < 0;
+}
+
 bool FoldsLikeClassic(const std::locale& locale) {
     std::array<char, 256> folded{};
     for (std::size_t i = 0; i < folded.size(); ++i) {

@@ -16,8 +16,7 @@ struct KrStreamE {
         /// Open and healthy.
         Ok = 0,
         /// An I/O or format error, or a refused argument. An engine that failed stays failed until
-        /// its file
-        /// is closed.
+        /// its file is closed.
         Failed = 1,
         /// No file: the handle is empty, or its file could not be opened.
         NotOpen = 2,
@@ -121,6 +120,10 @@ public:
     /// Whether the engine was opened for reading only; false for an empty handle.
     bool IsReadOnly() const;
 
+    /// Whether anything else of this process has the file open too: another handle (copies of this
+    /// one are no other) or an entry stream.
+    bool IsShared() const;
+
     /// Whether payloads are enciphered: the file has a password, holds an entry, and the status is
     /// Ok.
     bool IsEncrypted() const;
@@ -139,6 +142,11 @@ public:
     /// Deciphers all payloads and removes the password. Ok, also for a file that is not encrypted;
     /// otherwise as Encrypt.
     KrStreamE::Status Decrypt();
+
+    /// Makes the file encrypted under the password of another one, or plain, as the other is. As
+    /// Encrypt and Decrypt otherwise; PasswordRequired, with nothing changed, when the other file's
+    /// password has not been given, NotOpen when one of the two handles is empty.
+    KrStreamE::Status EncryptLike(const CompoundFile& other);
 
     /// Gives the password of an encrypted file. True when it fits, on a plain file, and (without
     /// effect) on an empty handle; false when it does not fit, is empty or null, or the status is

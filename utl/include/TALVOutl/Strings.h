@@ -29,6 +29,14 @@ namespace KrStdString {
 TALVOUTL_EXPORT int CompareNoCase(std::string_view a, std::string_view b,
                                   const std::locale& locale);
 
+/// An ordering for sets and maps of names: CompareNoCase under a locale, by default the global one
+/// of the moment when the ordering is made.
+struct TALVOUTL_EXPORT LessNoCase {
+    std::locale locale;
+
+    bool operator()(std::string_view a, std::string_view b) const;
+};
+
 /// Whether `locale` folds every single byte as the classic locale does (A to Z and nothing else).
 /// True for the classic locale itself and, usually, for UTF-8 locales.
 TALVOUTL_EXPORT bool FoldsLikeClassic(const std::locale& locale);

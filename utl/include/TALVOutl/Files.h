@@ -1,0 +1,33 @@
+#pragma once
+
+#include <TALVOutl/Export.h>
+
+#include <string>
+
+/// What stands at a path where a folder of the user's own is wanted; a link is not followed.
+enum class KrFolderKind {
+    Missing,
+    /// A folder that belongs to the user of this process.
+    Own,
+    /// Anything else: a link, a file, somebody else's folder, or what cannot be looked at.
+    Other
+};
+
+/// Looks at `path`, whose trailing separators are ignored. One system call; any thread.
+TALVOUTL_EXPORT KrFolderKind KrProbeFolder(const std::string& path);
+
+/// Makes a folder (one level) that nobody but its user can enter: mode 0700. False when it cannot
+/// be made or something is there. Any thread.
+TALVOUTL_EXPORT bool KrMakePrivateFolder(const std::string& path);
+
+/// Makes a folder of the same kind in `folder`, under a name that nothing had there, and returns
+/// its path; empty when it cannot be made. Any thread.
+TALVOUTL_EXPORT std::string KrMakeTemporaryFolder(const std::string& folder);
+
+/// Whether somebody, this process included, holds a lock (flock) on the file at `path`. False where
+/// nothing can be opened for reading. Neither waits nor keeps a lock. Any thread.
+TALVOUTL_EXPORT bool KrIsFileLocked(const std::string& path);
+
+/// Sends what the system still holds of a file, or of a folder's list of names, to the disk (fsync)
+/// and waits for it; false on an error. Any thread.
+TALVOUTL_EXPORT bool KrSync(const std::string& path);
