@@ -1,0 +1,6 @@
+#include "streamsources/StreamSourceMutex.h"
+
+boost::recursive_mutex& StreamSourceMutex() {
+    static boost::recursive_mutex mutex;
+    return mutex;
+}
