@@ -6,12 +6,13 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 
 /// The folder in which streams are files. Names here are names of files in it; only regular files
 /// are seen, and no link is followed.
 class Workspace {
 public:
-    explicit Workspace(const std::string& folder) : folder_(folder) {}
+    explicit Workspace(std::string folder) : folder_(std::move(folder)) {}
 
     /// The folder's name as it was given, or as Canonicalize made it.
     const std::string& Folder() const { return folder_; }

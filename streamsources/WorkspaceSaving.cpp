@@ -159,10 +159,14 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFi
         return CompoundFileCorrupt;
     }
     for (const std::string& stream : streams) {
-        if (IsLibraryName(stream) || state_->temporary.count(stream) != 0) {
+        const bool isTemporary = state_->temporary.count(stream) != 0;
+        if (IsLibraryName(stream) || (isTemporary && !HasEntry(stream))) {
             continue;
         }
-        const std::unique_ptr<std::istream> in = GetIStream(stream.c_str());
+        // What a temporary stream stands in front of is still what was saved last.
+        const std::unique_ptr<std::istream> in =
+            isTemporary ? compoundFile_.GetIOStream(stream.c_str(), "rb")
+                        : GetIStream(stream.c_str());
         const Error error =
             in == nullptr ? CompoundFileCorrupt : CopyToBlockFile(target, *in, stream.c_str());
         if (error != NoError) {

@@ -17,8 +17,8 @@ using StreamSet = std::set<std::string, StreamOrder>;
 
 /// What the copies of a source share.
 struct CompoundFileStreamSource::State {
-    State(std::string file, const std::string& folder)
-        : compoundFileName(std::move(file)), workspace(folder) {}
+    State(std::string file, std::string folder)
+        : compoundFileName(std::move(file)), workspace(std::move(folder)) {}
 
     std::string compoundFileName;
     Workspace workspace;

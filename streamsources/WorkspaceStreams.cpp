@@ -51,9 +51,12 @@ bool CompoundFileStreamSource::StreamExists(const char* name) const {
         return false;
     }
     const std::string stream = StreamOf(name);
-    return FindFile(stream) ||
-           (state_->deleted.count(stream) == 0 && compoundFile_.GetStatus() == KrStreamE::Ok &&
-            compoundFile_.Exists(stream.c_str()));
+    return FindFile(stream) || HasEntry(stream);
+}
+
+bool CompoundFileStreamSource::HasEntry(const std::string& stream) const {
+    return state_->deleted.count(stream) == 0 && compoundFile_.GetStatus() == KrStreamE::Ok &&
+           compoundFile_.Exists(stream.c_str());
 }
 
 unsigned long long CompoundFileStreamSource::GetStreamSize(const char* name) const {
@@ -196,16 +199,15 @@ std::shared_ptr<const std::set<std::string>> CompoundFileStreamSource::GetFileNa
     return BuildCurrentFileSet();
 }
 
-// A stream with a file is listed as the file is spelled, whatever the spelling of its entry.
+// A stream with a file is listed as the file is spelled, whatever the spelling of its entry. One
+// that was deleted and has a file has been made anew by the application.
 std::shared_ptr<std::set<std::string>> CompoundFileStreamSource::BuildCurrentFileSet() const {
     auto names = std::make_shared<std::set<std::string>>();
     StreamSet withFile;
     for (const std::string& file : state_->workspace.Files()) {
         const std::string stream = StreamOf(file);
-        if (state_->deleted.count(stream) == 0) {
-            names->insert(stream);
-            withFile.insert(stream);
-        }
+        names->insert(stream);
+        withFile.insert(stream);
     }
     if (compoundFile_.GetStatus() == KrStreamE::Ok) {
         unsigned long index = 0;

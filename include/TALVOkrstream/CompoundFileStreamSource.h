@@ -120,8 +120,8 @@ public:
     /// system. Throws boost::filesystem::filesystem_error when the folder cannot be listed.
     Error CopyToBlockFile(bool full);
 
-    /// Writes all streams except temporary ones into a new compound file at `path`; one of an
-    /// encrypted file is encrypted under the same password. A file that is there is removed first,
+    /// Writes all streams into a new compound file at `path`, where a temporary one is as it was last
+    /// saved, if ever; the copy of an encrypted file is encrypted under the same password. A file that is there is removed first,
     /// and its permission bits are taken over. The source goes on with its own compound file, which
     /// is not written, but counts as clean. Streams that are not in the workspace yet are copied
     /// out.
@@ -242,6 +242,8 @@ private:
     bool CanBeFile(const std::string& stream) const;
     /// The name of a stream's file.
     std::optional<std::string> FindFile(const std::string& stream) const;
+    /// Whether the compound file has a stream that is not deleted.
+    bool HasEntry(const std::string& stream) const;
     std::shared_ptr<NameSet> BuildCurrentFileSet() const;
     void MarkForWriting(const std::string& stream);
     template <typename Request>

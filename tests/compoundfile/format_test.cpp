@@ -130,28 +130,7 @@ TEST_F(Format, StaleFreeMarksDoNotGiveBlocksAway) {
 
 class Version1 : public Format {
 protected:
-    void MakeFile() {
-        RawFile raw(std::string(RawFile::At(4), '\0'));
-        for (std::size_t block = 1; block <= 3; ++block) {
-            raw.SetNumber(RawFile::At(block), 4, block);
-            raw.bytes[RawFile::At(block, 4)] = 1;
-            raw.bytes.replace(RawFile::At(block, 5), 9, "BlockFile");
-        }
-        // Slots of 317 bytes with 4-byte sizes; the second one is in use.
-        raw.bytes.replace(336, 4, "Caf\xE9");
-        raw.bytes.replace(336 + 257, 25, "Tue Mar  4 05:06:07 1997\n");
-        raw.bytes.replace(336 + 283, 25, "Wed Mar  5 05:06:07 1997\n");
-        raw.SetNumber(336 + 309, 4, 2);
-        raw.SetNumber(336 + 313, 4, 1500);
-        raw.bytes.replace(970, 14, "KrCompoundFile");
-        raw.bytes.replace(985, 21, "ABCDEFGHIJKLMNOPQRSTU");
-        raw.SetNumber(RawFile::At(2, 15), 4, 3);
-        raw.SetNumber(RawFile::At(2, 19), 2, 1003);
-        raw.SetNumber(RawFile::At(3, 19), 2, 497);
-        raw.bytes.replace(RawFile::At(2, 21), 1003, content_.substr(0, 1003));
-        raw.bytes.replace(RawFile::At(3, 21), 497, content_.substr(1003));
-        WriteFile(path_, raw.bytes);
-    }
+    void MakeFile() { WriteFile(path_, Version1File("Caf\xE9", content_).bytes); }
 
     const std::string content_ = Pattern(1500, 7);
 };

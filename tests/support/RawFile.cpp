@@ -176,3 +176,26 @@ void RawFile::CheckFreeList(std::string& faults) const {
         faults += "content of the free-list entry\n";
     }
 }
+
+RawFile Version1File(const std::string& name, const std::string& content) {
+    RawFile raw(std::string(RawFile::At(4), '\0'));
+    for (std::size_t block = 1; block <= 3; ++block) {
+        raw.SetNumber(RawFile::At(block), 4, block);
+        raw.bytes[RawFile::At(block, 4)] = 1;
+        raw.bytes.replace(RawFile::At(block, 5), 9, "BlockFile");
+    }
+    // Slots of 317 bytes with 4-byte sizes; the second one is in use.
+    raw.bytes.replace(336, name.size(), name);
+    raw.bytes.replace(336 + 257, 25, "Tue Mar  4 05:06:07 1997\n");
+    raw.bytes.replace(336 + 283, 25, "Wed Mar  5 05:06:07 1997\n");
+    raw.SetNumber(336 + 309, 4, 2);
+    raw.SetNumber(336 + 313, 4, content.size());
+    raw.bytes.replace(970, 14, "KrCompoundFile");
+    raw.bytes.replace(985, 21, "ABCDEFGHIJKLMNOPQRSTU");
+    raw.SetNumber(RawFile::At(2, 15), 4, 3);
+    raw.SetNumber(RawFile::At(2, 19), 2, 1003);
+    raw.SetNumber(RawFile::At(3, 19), 2, content.size() - 1003);
+    raw.bytes.replace(RawFile::At(2, 21), 1003, content.substr(0, 1003));
+    raw.bytes.replace(RawFile::At(3, 21), content.size() - 1003, content.substr(1003));
+    return raw;
+}

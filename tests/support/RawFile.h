@@ -52,3 +52,6 @@ private:
     void CheckEntries(std::map<std::uint32_t, std::string>& owners, std::string& faults) const;
     void CheckFreeList(std::string& faults) const;
 };
+
+/// A file of format version 1 that holds one entry, of 1003 to 2005 bytes.
+RawFile Version1File(const std::string& name, const std::string& content);

@@ -1,0 +1,135 @@
+#include "tests/streamsources/Project.h"
+#include "tests/support/SystemCalls.h"
+
+#include <TALVOutl/Exception.h>
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+class Compaction : public Project {
+protected:
+    ~Compaction() override { SystemCalls::Reset(); }
+
+    /// What compaction says when it fails; empty when it does not.
+    std::string Compact() {
+        try {
+            source_.CompactCompoundFile();
+            return {};
+        } catch (const Exception& exception) {
+            return exception.what();
+        }
+    }
+    std::string Copy(char letter) const {
+        return folder_ / (std::string("dravoptmp") + letter + ".kdp");
+    }
+};
+
+TEST_F(Compaction, FreesWhatItSaysAndKeepsEverythingElse) {
+    Make({{"big", Pattern(300000, 9)}});
+    fs::permissions(path_, fs::owner_all | fs::group_read);
+    Open();
+    EXPECT_EQ(source_.GetUnUsedFileSpace(), 0U);
+    ASSERT_TRUE(Read(source_, "b"));
+    WriteFile(InWorkspace("CouldNotDelete"), "");
+    *source_.GetTempOStream("scratch") << Pattern(70000, 1);
+    EXPECT_EQ(source_.GetUnUsedFileSpace(), 0U) << "copies, temporary files, the marker";
+    ASSERT_TRUE(Write(source_, "A", Pattern(2000, 5)));
+    source_.DeleteSource("big");
+    const std::uint64_t unused = source_.GetUnUsedFileSpace();
+    EXPECT_NEAR(static_cast<double>(unused), 310000, 1024);
+    const std::uint64_t before = fs::file_size(path_);
+    EXPECT_EQ(Compact(), "");
+    source_.CloseFile();
+    EXPECT_NEAR(static_cast<double>(before - fs::file_size(path_)), static_cast<double>(unused),
+                2000);
+    Model expected = With({{"A", Pattern(2000, 5)}});
+    expected.erase("a");
+    EXPECT_TRUE(GetAll(path_) == expected);
+    EXPECT_EQ(fs::status(path_).permissions(), fs::owner_all | fs::group_read);
+    EXPECT_FALSE(fs::exists(Copy('A')));
+}
+
+TEST_F(Compaction, LeavesTheSourceReadyForMore) {
+    Open();
+    ASSERT_TRUE(Write(source_, "a", "new"));
+    EXPECT_EQ(Compact(), "");
+    EXPECT_FALSE(source_.IsDirty());
+    EXPECT_EQ(source_.GetOpenMode(), Source::NewWorkspace);
+    EXPECT_EQ(Read(source_, "a"), "new");
+    ASSERT_TRUE(Write(source_, "b", "newer"));
+    EXPECT_TRUE(Saved() == With({{"a", "new"}, {"b", "newer"}}));
+}
+
+TEST_F(Compaction, IsSilentOnSourcesThatCannotBeWritten) {
+    EXPECT_EQ(Compact(), "");
+    ASSERT_EQ(source_.Open(Source::NewWorkspace, true), Source::NoError);
+    const std::string before = ReadFile(path_);
+    EXPECT_EQ(Compact(), "");
+    EXPECT_EQ(source_.GetUnUsedFileSpace(), 0U);
+    EXPECT_TRUE(ReadFile(path_) == before);
+}
+
+TEST_F(Compaction, FailsWithoutLosingAnything) {
+    struct {
+        const char* call;
+        std::string pathEnd;
+        std::string message;
+        bool oldIsThere;
+    } const cases[] = {
+        {"unlink", "/project", "The file could not be compacted.", true},
+        {"rmdir", "/workspace", "The old file could not be closed.", true},
+        {"rename", "/project",
+         "The temporary file could not be renamed.\nThe new file name is dravoptmpA.kdp.", false},
+    };
+    for (const auto& obstacle : cases) {
+        for (const bool changed : {false, true}) {
+            SCOPED_TRACE(std::string(obstacle.call) + (changed ? ", changed" : ""));
+            const std::string before = ReadFile(path_);
+            Open();
+            if (changed) {
+                ASSERT_TRUE(Write(source_, "a", "unsaved"));
+            }
+            SystemCalls::Refuse(obstacle.call, obstacle.pathEnd);
+            EXPECT_EQ(Compact(), obstacle.message);
+            SystemCalls::Reset();
+            EXPECT_EQ(fs::exists(path_), obstacle.oldIsThere);
+            EXPECT_EQ(source_.GetFilePath(), obstacle.oldIsThere ? path_ : Copy('A'));
+            source_.Close(Source::DiscardChanges, false);
+            EXPECT_EQ(fs::exists(Copy('A')), changed || !obstacle.oldIsThere);
+            if (fs::exists(Copy('A'))) {
+                EXPECT_TRUE(GetAll(Copy('A')) == (changed ? With({{"a", "unsaved"}}) : kStreams));
+            }
+            fs::remove(Copy('A'));
+            WriteFile(path_, before);
+            source_.SetCompoundFileName(path_.c_str());
+        }
+    }
+}
+
+TEST_F(Compaction, IsRefusedWhileSomebodyElseHasTheFileOpen) {
+    Open();
+    source_.DeleteSource("b");
+    CompoundFile other;
+    ASSERT_EQ(other.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
+    EXPECT_EQ(Compact(), "The file could not be compacted.");
+    const auto stream = other.GetIOStream("a", "rb");
+    other.Close();
+    EXPECT_EQ(Compact(), "The file could not be compacted.");
+    EXPECT_FALSE(fs::exists(Copy('A')));
+    EXPECT_TRUE(source_.IsDirty());
+}
+
+TEST_F(Compaction, NeedsAFreeNameForTheCopy) {
+    Open();
+    for (char letter = 'A'; letter <= 'Y'; ++letter) {
+        WriteFile(Copy(letter), "");
+    }
+    EXPECT_EQ(Compact(), "Temporary file name could not be generated.");
+    fs::remove(Copy('Y'));
+    EXPECT_EQ(Compact(), "");
+    EXPECT_FALSE(fs::exists(Copy('Y')));
+    EXPECT_TRUE(Saved() == kStreams);
+}
+
+} // namespace
