@@ -117,6 +117,9 @@ TEST_F(ToolTest, ReplacingKeepsPermissionsAndLinks) {
     ASSERT_EQ(symlink("old.kr", Path("link.kr").c_str()), 0);
     EXPECT_EQ(Run({"create", "--force", "link.kr", "a"}).status, 0);
     EXPECT_EQ(Run({"list", "old.kr"}).out, "a\n");
+    ASSERT_EQ(Run({"rm", "link.kr", "a"}).status, 0);
+    EXPECT_EQ(Run({"compact", "link.kr"}).status, 0);
+    EXPECT_EQ(ReadFile("old.kr"), "");
     struct stat status {};
     ASSERT_EQ(lstat(Path("link.kr").c_str(), &status), 0);
     EXPECT_TRUE(S_ISLNK(status.st_mode));
@@ -127,8 +130,12 @@ TEST_F(ToolTest, ReplacingKeepsPermissionsAndLinks) {
 TEST_F(ToolTest, OutputThatCannotBeWrittenIsAFailure) {
     WriteFile("a", "a");
     ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
-    for (const std::vector<std::string>& arguments : std::vector<std::vector<std::string>>{
-             {"list", "f.kr"}, {"info", "f.kr", "--json"}, {"cat", "f.kr", "a"}, {"--help"}}) {
+    for (const std::vector<std::string>& arguments :
+         std::vector<std::vector<std::string>>{{"list", "f.kr"},
+                                               {"info", "f.kr", "--json"},
+                                               {"compact", "f.kr"},
+                                               {"cat", "f.kr", "a"},
+                                               {"--help"}}) {
         const ToolResult full = Run(arguments, "", "/dev/full");
         EXPECT_EQ(full.status, 2) << arguments.front();
         EXPECT_NE(full.err.find("standard output"), std::string::npos) << arguments.front();

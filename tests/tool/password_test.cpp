@@ -58,7 +58,8 @@ TEST_F(PasswordTest, WithoutTheRightPasswordNothingIsReadOrChanged) {
     const std::vector<std::vector<std::string>> commands = {
         {"cat", "f.kr", "a"}, {"extract", "f.kr", "-C", "out"},
         {"add", "f.kr", "b"}, {"rm", "f.kr", "a"},
-        {"decrypt", "f.kr"},  {"passwd", "f.kr"}};
+        {"decrypt", "f.kr"},  {"passwd", "f.kr"},
+        {"compact", "f.kr"}};
     for (const auto& [source, saying] : sources) {
         for (std::vector<std::string> command : commands) {
             if (!source.empty()) {

@@ -78,8 +78,8 @@ TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
         {{"add", "blank.kr", "a"}, 2, "not a compound file"},
         {{"list", "esc\x1b[2J\n.kr"}, 2, "esc\\x1b[2J\\n.kr: does not exist"},
     };
-    for (const char* const command :
-         {"list", "info", "extract", "cat", "add", "rm", "encrypt", "decrypt", "passwd"}) {
+    for (const char* const command : {"list", "info", "extract", "cat", "add", "rm", "encrypt",
+                                      "decrypt", "passwd", "compact"}) {
         const bool takesName = std::string(command).size() < 4 || std::string(command) == "extract";
         std::vector<std::string> arguments = {command, "none.kr"};
         if (takesName) {
@@ -101,6 +101,7 @@ TEST_F(RefusalTest, FilesInUseAreLeftAlone) {
         {{"rm", "f.kr", "a"}, 5, "f.kr: is in use"},
         {{"create", "--force", "f.kr", "a"}, 5, "f.kr: is in use"},
         {{"encrypt", "f.kr", "--password-file", "pw"}, 5, "f.kr: is in use"},
+        {{"compact", "f.kr"}, 5, "f.kr: is in use"},
     };
     ExpectRefused(changes);
     EXPECT_EQ(Run({"cat", "f.kr", "a"}).out, "a");

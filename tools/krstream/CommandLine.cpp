@@ -134,6 +134,7 @@ void CommandLine::AddChanging() {
     AddNames(remove, true);
     AddPasswordFile(remove);
 
+    AddPasswordFile(AddCommand("compact", {}, "Rewrite FILE without its unused blocks", Compact));
     AddPasswordFile(AddCommand("encrypt", {}, "Set a password", Encrypt));
     AddPasswordFile(AddCommand("decrypt", {}, "Remove the password", Decrypt));
 

@@ -36,3 +36,4 @@ ExitStatus Info(const Options& options);
 ExitStatus Encrypt(const Options& options);
 ExitStatus Decrypt(const Options& options);
 ExitStatus ChangePassword(const Options& options);
+ExitStatus Compact(const Options& options);

@@ -78,6 +78,14 @@ bool EntryCopy::Read(OpenFile& file, const Entry& entry, const Sink& sink) {
     return whole;
 }
 
+void EntryCopy::ReadWhole(OpenFile& file, const Entry& entry, const Sink& sink) {
+    if (!Read(file, entry, sink)) {
+        throw Failure(path_, "entry " + Printable(entry.name) +
+                                 " is damaged, so nothing was changed; extract what is whole and "
+                                 "create a new file");
+    }
+}
+
 int EntryCopy::Write(CompoundFile& file, const std::string& name, int fd) {
     NewEntry entry(file, name, path_);
     while (true) {
@@ -97,10 +105,6 @@ int EntryCopy::Write(CompoundFile& file, const std::string& name, int fd) {
 
 void EntryCopy::Transfer(OpenFile& from, const Entry& entry, CompoundFile& to) {
     NewEntry copy(to, entry.name, path_);
-    if (!Read(from, entry, [&copy](std::string_view part) { copy.Append(part); })) {
-        throw Failure(path_, "entry " + Printable(entry.name) +
-                                 " is damaged, so nothing was changed; extract what is whole and "
-                                 "create a new file");
-    }
+    ReadWhole(from, entry, [&copy](std::string_view part) { copy.Append(part); });
     copy.Finish();
 }

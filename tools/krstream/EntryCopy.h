@@ -24,6 +24,10 @@ public:
     /// all; `file` is then ready for the next entry.
     bool Read(OpenFile& file, const Entry& entry, const Sink& sink);
 
+    /// As above for a command that changes nothing unless every entry is whole: throws Failure when
+    /// this one is damaged.
+    void ReadWhole(OpenFile& file, const Entry& entry, const Sink& sink);
+
     /// Writes what can be read from `fd` as the entry `name`, new or replaced. When reading fails,
     /// the errno of that, and no such entry is left; when writing fails, throws Failure.
     int Write(CompoundFile& file, const std::string& name, int fd);

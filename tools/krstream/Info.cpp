@@ -1,19 +1,16 @@
 #include "Commands.h"
+#include "Compaction.h"
 #include "EntryList.h"
 #include "Json.h"
 #include "OpenFile.h"
 #include "StandardOutput.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdint>
 #include <utility>
-
-#include <sys/stat.h>
+#include <vector>
 
 namespace {
-
-constexpr std::uint64_t kBlockSize = 1024;
 
 struct Summary {
     explicit Summary(OpenFile& file);
@@ -24,6 +21,7 @@ struct Summary {
     std::uint64_t payload = 0;
     std::uint64_t totalBlocks;
     std::uint64_t usedBlocks;
+    std::uint64_t reclaimable;
     bool hasFreeRecord = false;
 };
 
@@ -34,11 +32,11 @@ void AddUpTo(std::uint64_t& sum, std::uint64_t addend, std::uint64_t limit) {
 
 Summary::Summary(OpenFile& file)
     : version(file.Handle().GetFormatVersion()), encrypted(file.Handle().IsEncrypted()) {
-    struct stat status {};
-    stat(file.Path().c_str(), &status);
-    totalBlocks = static_cast<std::uint64_t>(status.st_size) / kBlockSize;
+    const std::vector<Entry> all = AllEntries(file.Handle());
+    reclaimable = ReclaimableBytes(file, all);
+    totalBlocks = file.Size() / kBlockSize;
     usedBlocks = std::min(static_cast<std::uint64_t>(file.Handle().GetNumDirBlocks()), totalBlocks);
-    for (const Entry& entry : AllEntries(file.Handle())) {
+    for (const Entry& entry : all) {
         AddUpTo(usedBlocks, entry.Blocks(), totalBlocks);
         if (IsFreeListName(entry.name)) {
             hasFreeRecord = true;
@@ -61,6 +59,7 @@ void PrintText(const std::string& path, const Summary& summary, StandardOutput& 
         {"payload bytes:     ", std::to_string(summary.payload)},
         {"blocks used:       ", std::to_string(summary.usedBlocks)},
         {"blocks free:       ", std::to_string(summary.totalBlocks - summary.usedBlocks)},
+        {"reclaimable bytes: ", std::to_string(summary.reclaimable)},
         {"free-block record: ", yesNo(summary.hasFreeRecord)},
     };
     for (const auto& [label, value] : lines) {
@@ -76,6 +75,7 @@ void PrintJson(const std::string& path, const Summary& summary, StandardOutput& 
                          {"payload_bytes", summary.payload},
                          {"blocks_used", summary.usedBlocks},
                          {"blocks_free", summary.totalBlocks - summary.usedBlocks},
+                         {"reclaimable_bytes", summary.reclaimable},
                          {"free_block_record", summary.hasFreeRecord}};
     WriteJson(object, out);
 }

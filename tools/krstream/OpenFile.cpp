@@ -126,8 +126,14 @@ void OpenFile::Open() {
     }
 }
 
+std::uint64_t OpenFile::Size() const {
+    struct stat status {};
+    stat(path_.c_str(), &status);
+    return static_cast<std::uint64_t>(status.st_size);
+}
+
 void OpenFile::Unlock(const PasswordSource& source) {
-    if (!handle_.IsEncrypted()) {
+    if (!HasPassword()) {
         return;
     }
     password_ = source.Current(path_);

@@ -5,6 +5,7 @@
 
 #include <TALVOkrstream/CompoundFile.h>
 
+#include <cstdint>
 #include <string>
 
 /// An existing compound file, opened; a Failure that says why when it cannot be.
@@ -16,7 +17,13 @@ public:
 
     CompoundFile& Handle() { return handle_; }
     const std::string& Path() const { return path_; }
+    /// Length in bytes of the file that is at the path now, this one or one put in its place.
+    std::uint64_t Size() const;
+    /// The password that the file was given; empty for a plain one.
+    const std::string& Password() const { return password_; }
 
+    /// Whether the file has a password, also before it has entries to encipher.
+    bool HasPassword() { return !handle_.SetPassword(nullptr); }
     /// Gives the file its password if it needs one.
     void Unlock(const PasswordSource& source);
 
