@@ -17,8 +17,8 @@ namespace {
 
 constexpr std::uint32_t kAppeared = IN_CREATE | IN_MOVED_TO;
 constexpr std::uint32_t kVanished = IN_DELETE | IN_MOVED_FROM;
-/// Notices were dropped, or there will be no more.
-constexpr std::uint32_t kLost = IN_Q_OVERFLOW | IN_IGNORED;
+/// Notices were dropped, there will be no more, or they are about a folder that is elsewhere now.
+constexpr std::uint32_t kLost = IN_Q_OVERFLOW | IN_IGNORED | IN_MOVE_SELF;
 
 std::pair<std::string, std::string> Folded(const std::string& name) {
     std::string folded = name;
@@ -78,8 +78,8 @@ void FolderIndex::ReadFolder() {
         close(notices_);
     }
     notices_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (notices_ >= 0 &&
-        inotify_add_watch(notices_, folder_.c_str(), kAppeared | kVanished | IN_ONLYDIR) < 0) {
+    if (notices_ >= 0 && inotify_add_watch(notices_, folder_.c_str(),
+                                           kAppeared | kVanished | IN_MOVE_SELF | IN_ONLYDIR) < 0) {
         close(notices_);
         notices_ = -1;
     }

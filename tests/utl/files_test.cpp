@@ -1,0 +1,93 @@
+#include "tests/support/TempFolder.h"
+
+#include <TALVOutl/Files.h>
+#include <TALVOutl/FolderIndex.h>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = boost::filesystem;
+
+TEST(Files, PrivateFoldersAreTheUsersAlone) {
+    const TempFolder folder;
+    const std::string made = folder / "made";
+    EXPECT_EQ(KrProbeFolder(made), KrFolderKind::Missing);
+    ASSERT_TRUE(KrMakePrivateFolder(made));
+    EXPECT_FALSE(KrMakePrivateFolder(made));
+    EXPECT_EQ(KrProbeFolder(made + "//"), KrFolderKind::Own);
+    const std::string temporary = KrMakeTemporaryFolder(made);
+    EXPECT_EQ(fs::path(temporary).parent_path(), made);
+    for (const std::string& path : {made, temporary}) {
+        struct stat status {};
+        ASSERT_EQ(stat(path.c_str(), &status), 0);
+        EXPECT_EQ(status.st_mode & 07777, 0700U);
+    }
+    EXPECT_EQ(KrMakeTemporaryFolder(folder / "none"), "");
+
+    fs::create_directory_symlink(made, folder / "link");
+    WriteFile(folder / "file", "");
+    for (const std::string name : {"link", "link/", "file", "file/x"}) {
+        EXPECT_EQ(KrProbeFolder(folder / name), KrFolderKind::Other) << name;
+    }
+}
+
+TEST(Files, LocksShow) {
+    const TempFolder folder;
+    const std::string path = folder / "file";
+    EXPECT_FALSE(KrIsFileLocked(path));
+    WriteFile(path, "");
+    for (const int kind : {LOCK_SH, LOCK_EX}) {
+        const int fd = open(path.c_str(), O_RDWR);
+        ASSERT_EQ(flock(fd, kind | LOCK_NB), 0);
+        EXPECT_TRUE(KrIsFileLocked(path));
+        close(fd);
+        EXPECT_FALSE(KrIsFileLocked(path));
+    }
+    EXPECT_TRUE(KrSync(path));
+    EXPECT_TRUE(KrSync(folder / ""));
+    EXPECT_FALSE(KrSync(folder / "none"));
+}
+
+using Names = std::vector<std::string>;
+
+TEST(FolderIndex, FollowsWhatHappensInTheFolder) {
+    const TempFolder folder;
+    WriteFile(folder / "Name", "");
+    FolderIndex index(folder / "");
+    EXPECT_EQ(index.SpellingsOf("NAME"), Names{"Name"});
+    EXPECT_EQ(index.SpellingsOf("NAM"), Names());
+    WriteFile(folder / "nAME", "");
+    EXPECT_EQ(index.SpellingsOf("name"), (Names{"Name", "nAME"}));
+    fs::rename(folder / "Name", folder / "Other");
+    EXPECT_EQ(index.SpellingsOf("name"), Names{"nAME"});
+    EXPECT_EQ(index.SpellingsOf("other"), Names{"Other"});
+    fs::remove(folder / "nAME");
+    EXPECT_EQ(index.SpellingsOf("name"), Names());
+    fs::create_directory(folder / "\xC4\xE4");
+    EXPECT_EQ(index.SpellingsOf("\xE4\xE4"), Names()) << "only A to Z fold";
+    // More than the system keeps notices of.
+    for (int i = 0; i < 17000; ++i) {
+        WriteFile(folder / "new", "");
+        fs::remove(folder / "new");
+    }
+    WriteFile(folder / "NEW", "");
+    EXPECT_EQ(index.SpellingsOf("new"), Names{"NEW"});
+}
+
+TEST(FolderIndex, FollowsAFolderThatIsMadeAnew) {
+    const TempFolder folder;
+    const std::string path = folder / "folder";
+    FolderIndex index(path);
+    EXPECT_EQ(index.SpellingsOf("a"), Names());
+    for (int round = 0; round < 2; ++round) {
+        fs::create_directory(path);
+        WriteFile(path + "/A", "");
+        EXPECT_EQ(index.SpellingsOf("a"), Names{"A"});
+        round == 0 ? fs::remove_all(path) : (fs::rename(path, path + "2"), 0);
+        EXPECT_EQ(index.SpellingsOf("a"), Names());
+    }
+}
