@@ -65,11 +65,11 @@ unsigned long long CompoundFileStreamSource::GetStreamSize(const char* name) con
         return 0;
     }
     const std::string stream = StreamOf(name);
-    if (state_->deleted.count(stream) != 0) {
-        return 0;
-    }
     if (const std::optional<std::string> file = FindFile(stream)) {
         return state_->workspace.SizeOf(*file);
+    }
+    if (state_->deleted.count(stream) != 0) {
+        return 0;
     }
     const std::locale locale;
     unsigned long index = 0;

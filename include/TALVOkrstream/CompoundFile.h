@@ -148,9 +148,9 @@ public:
     /// password has not been given, NotOpen when one of the two handles is empty.
     KrStreamE::Status EncryptLike(const CompoundFile& other);
 
-    /// Gives the password of an encrypted file. True when it fits, on a plain file, and (without
-    /// effect) on an empty handle; false when it does not fit, is empty or null, or the status is
-    /// neither Ok nor PasswordRequired.
+    /// Gives the password of an encrypted file. True when it fits, on a plain file (whatever the
+    /// password, null too), and (without effect) on an empty handle; false when it does not fit, is
+    /// empty or null, or the status is neither Ok nor PasswordRequired.
     bool SetPassword(const char* password);
 
     /// Writes changed directory blocks, if any, and hands everything written so far to the
@@ -205,8 +205,9 @@ public:
     /// an entry that starts empty, made anew when the name exists. A mode without "b" gives a
     /// stream that is bad from the start; a mode that begins with another letter gives null.
     ///
-    /// What a stream still holds when it is destroyed is written then, and an error shows in
-    /// GetStatus alone; flush the stream to have it told by the stream.
+    /// What a stream still holds when it is destroyed is written then, and writes are gathered on
+    /// their way to the operating system, so an error may show in GetStatus alone: to be sure,
+    /// destroy the stream, then call Flush and GetStatus.
     ///
     /// Null also for an empty handle, an empty or null name, a name over 256 bytes, a missing entry
     /// ("r"), and, with "w", for a read-only engine, a missing password or an engine that is not

@@ -14,12 +14,18 @@
 /// asked for; reading and writing then go to the file. Saving copies changed files back.
 ///
 /// **Life.** Construct with the two paths, Open, use streams, save with CopyToBlockFile, Close.
-/// Close removes the workspace. A program that ends without Close leaves it, and the next one can
-/// take it up: open with ExistingWorkspace, then call SetIsDirty(true, nullptr), because Open
-/// cannot know what that program had changed. Deletions that were not saved are forgotten then.
+/// Close removes the workspace. A program that ends without Close leaves it behind with whatever
+/// was not saved, and the next one can take it up. So open with ExistingWorkspace first, and with
+/// NewWorkspace only after TempDirDoesNotExist: NewWorkspace, too, works on what it finds there.
+/// After taking a workspace up, call SetIsDirty(true, nullptr), because Open cannot know what that
+/// program had changed; deletions that it had not saved are forgotten. A workspace that is marked
+/// (PreviousDeleteOfTempDirUnsuccessfull) is the rest of one that could not be removed when its
+/// program had closed the source, or had tried to compact: look whether it holds anything that the
+/// compound file does not, then call DeleteDirectory.
 ///
-/// **Which bytes count.** A file in the workspace always wins over the entry of its name. The
-/// application may change, add and replace workspace files with ordinary file calls; it tells the
+/// **Which bytes count.** A file in the workspace, named as its stream (GetDirectoryName followed
+/// by the name), always wins over the entry of that name. The application may change, add and
+/// replace files with ordinary file calls, GetIStream having copied the stream out; it tells the
 /// source with SetIsDirty, naming the stream unless the file is new. Do not cut a file short while
 /// a stream reads it, for streams read through a memory mapping: replace the file instead, as
 /// GetOStream does.
@@ -87,12 +93,14 @@ public:
     /// Neither saves nor removes the workspace; lets go of the compound file.
     ~CompoundFileStreamSource() override;
 
-    /// Opens the compound file, which is created when it is missing, and the workspace. Nothing is
-    /// copied out yet, and files that the workspace holds stay. Afterwards the source is clean, and
+    /// Opens the compound file, which is created when it is missing (read only, too), and the
+    /// workspace; one that is open is let go first. Nothing is copied out yet, and files that the
+    /// workspace holds stay. Afterwards the source is clean, and
     /// both names are canonical, the folder's with a separator at its end; after a failure too.
     ///
-    /// CouldNotOpenCompoundFile; TempDirDoesNotExist (ExistingWorkspace only, the compound file
-    /// stays open); FileSystemError when the folder cannot be made, its parent being missing, say,
+    /// CouldNotOpenCompoundFile, where a folder just made stays; TempDirDoesNotExist
+    /// (ExistingWorkspace only; the compound file stays open, and may be opened again);
+    /// FileSystemError when the folder cannot be made, its parent being missing, say,
     /// or is not a folder of the user's own. Costs what CompoundFile::Open costs.
     Error Open(OpenMode mode, bool readOnly);
 
@@ -112,19 +120,20 @@ public:
     /// walk over the workspace. With `full` true: writes every file, temporary streams too, and
     /// deletes nothing; meant for a compound file that is still empty.
     ///
-    /// CouldNotOpenCompoundFile for a read-only or closed source; CompoundFileCorrupt when an entry
-    /// cannot be written, as on a full disk; FileSystemError when a file cannot be read, or two
-    /// differ only in case. After an error the entries written so far stay, and the others are as
-    /// they were; the one being written may be cut short in the compound file, and is whole in the
-    /// workspace. On success the source is clean, and everything has been handed to the operating
-    /// system. Throws boost::filesystem::filesystem_error when the folder cannot be listed.
+    /// CouldNotOpenCompoundFile for a read-only, closed or failed source; CompoundFileCorrupt when
+    /// an entry cannot be written, as on a full disk; FileSystemError when a file cannot be read,
+    /// or two differ only in case. After an error the entries written so far stay, and the others
+    /// are as they were; the one being written may be cut short in the compound file, and is whole
+    /// in the workspace. On success the source is clean, and everything has been handed to the
+    /// operating system. Throws boost::filesystem::filesystem_error when the folder cannot be
+    /// listed.
     Error CopyToBlockFile(bool full);
 
-    /// Writes all streams into a new compound file at `path`, where a temporary one is as it was last
-    /// saved, if ever; the copy of an encrypted file is encrypted under the same password. A file that is there is removed first,
-    /// and its permission bits are taken over. The source goes on with its own compound file, which
-    /// is not written, but counts as clean. Streams that are not in the workspace yet are copied
-    /// out.
+    /// Writes all streams into a new compound file at `path`, where a temporary one is as it was
+    /// last saved, if ever; the copy of an encrypted file is encrypted under the same password. A
+    /// file that is there is removed first, and its permission bits are taken over. The source goes
+    /// on with its own compound file, which is not written, but counts as clean. Streams that are
+    /// not in the workspace yet are copied out.
     ///
     /// FileSystemError, with everything as it was, when `path` is in use or is no regular file,
     /// when the old file cannot be removed, when two files differ only in case; also when a
@@ -165,7 +174,7 @@ public:
     bool DeleteDirectory();
 
     /// Sets whether the workspace differs from the compound file. With a name, the next save writes
-    /// that stream's file, whoever changed it.
+    /// that stream's file, whoever changed it, unless it is a temporary one.
     void SetIsDirty(bool dirty, const char* name);
     bool IsDirty() const;
     /// Whether saving is refused; nothing else is.
@@ -217,8 +226,8 @@ public:
     void CloseFile() override;
 
     /// The path of a workspace in `baseFolder` for `key`, the same for the same two: "_SP_" and the
-    /// MD5 digest of the key. Touches nothing on disk. Choose a base folder in which others cannot
-    /// make files.
+    /// MD5 digest of the key. Touches nothing on disk. A good key is the compound file's canonical
+    /// path; a good base folder one in which others cannot make files.
     static std::string GetTempFolderName(const char* baseFolder, const char* key);
 
     /// Whether the folder holds the file "CouldNotDelete", which is left where a workspace could

@@ -93,7 +93,8 @@ protected:
 
 /// A source whose streams are the entries of one open compound file: what is written is in the file
 /// as soon as its stream is destroyed. Streams behave, fail and cost as CompoundFile::GetIOStream
-/// says.
+/// says. Whether everything could be written tells a CompoundFile opened on the same path: it joins
+/// this source's open file, and has its status.
 class TALVOKRSTREAM_EXPORT PureCompoundFileStreamSource : public CompundFileBase {
 public:
     /// A source without a file.
@@ -104,8 +105,8 @@ public:
     ~PureCompoundFileStreamSource() override;
 
     /// Opens the compound file at `path` as CompoundFile::Open does, which creates it when it is
-    /// missing; a file that is open is closed first. Whether `readOnly` is kept, and with it
-    /// IsReadOnly, even when opening fails. False when the file cannot be opened.
+    /// missing, read only too; a file that is open is closed first. Whether `readOnly` is kept, and
+    /// with it IsReadOnly, even when opening fails. False when the file cannot be opened.
     bool Open(const char* path, bool readOnly);
     /// Opens a caller's stream as a new, empty compound file, whatever it holds; the source is
     /// writable. The caller keeps the stream alive. False when it cannot be opened.

@@ -78,6 +78,7 @@ const Edit kEdits[] = {
          Read(source, "a");
          source.DeleteSource("a");
          WriteFile(file, "by hand");
+         EXPECT_EQ(source.GetStreamSize("a"), 7U);
      },
      "by hand"},
     {"written_then_deleted",

@@ -1,5 +1,6 @@
 #include "tests/support/SystemCalls.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -39,13 +40,22 @@ bool Strikes(bool* first = nullptr) {
     return true;
 }
 
+/// The part of a write that is done when it is cut: half of it; where a process dies, up to the end
+/// of a page of the file, for the system finishes those.
+std::size_t PartOf(std::size_t size, off_t offset) {
+    constexpr std::size_t kPage = 4096;
+    const std::size_t half = size / 2;
+    const std::size_t beyondPage = (static_cast<std::size_t>(offset) + half) % kPage;
+    return fault == Fault::Kill ? half - std::min(half, beyondPage) : half;
+}
+
 ssize_t Write(int fd, const void* bytes, std::size_t size, long number, off_t offset) {
     bool first = false;
     const bool strikes = Strikes(&first);
     if (strikes && (!first || size < 2)) {
         return FailWith(ENOSPC);
     }
-    const ssize_t done = syscall(number, fd, bytes, strikes ? size / 2 : size, offset);
+    const ssize_t done = syscall(number, fd, bytes, strikes ? PartOf(size, offset) : size, offset);
     if (strikes && fault == Fault::Kill) {
         raise(SIGKILL);
     }

@@ -9,7 +9,7 @@ namespace SystemCalls {
 
 enum class Fault {
     None,
-    /// The call is done halfway, and the process dies as by kill -9.
+    /// The process dies as by kill -9, a write done in part.
     Kill,
     /// Calls that need room on the disk fail from now on; a write still does its first half.
     DiskFull
