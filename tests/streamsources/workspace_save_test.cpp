@@ -1,114 +1,65 @@
 #include "tests/streamsources/Project.h"
 
 #include <functional>
+#include <map>
 
 namespace {
 
 namespace fs = boost::filesystem;
 
-/// What an application does to the stream "a", and what is in the file once that is saved; "-" for
-/// no such entry. "<a>" stands for the bytes that were there.
+/// What an application may do to the stream "a".
+using Step = std::function<void(Source&, const std::string& file)>;
+const std::map<char, Step> kSteps = {
+    {'r', [](Source& source, const std::string&) { Read(source, "a"); }},
+    {'w', [](Source& source, const std::string&) { Write(source, "A", "new"); }},
+    {'c', [](Source& source, const std::string&) { *source.GetIOStream("a") << "Z"; }},
+    {'t', [](Source& source, const std::string&) { *source.GetTempOStream("a") << "scratch"; }},
+    {'T', [](Source& source, const std::string&) { *source.GetTempIOStream("a") << "Y"; }},
+    {'f', [](Source&, const std::string& file) { WriteFile(file, "by hand"); }},
+    {'!', [](Source& source, const std::string&) { source.SetIsDirty(true, "A"); }},
+    {'.', [](Source& source, const std::string&) { source.SetIsDirty(true, nullptr); }},
+    {'d',
+     [](Source& source, const std::string&) {
+         source.DeleteSource("a");
+         EXPECT_FALSE(Read(source, "a") || source.StreamExists("a") || source.GetStreamSize("a"));
+         EXPECT_EQ(source.GetFileNames()->count("a"), 0U);
+     }},
+};
+
+/// Steps, and what is in the file once they are saved; "-" for no such entry, "<a>" for the bytes
+/// that were there.
 struct Edit {
     const char* name;
-    std::function<void(Source&, const std::string& file)> apply;
+    std::string steps;
     std::string after;
 };
 
-void Overwrite(Source& source, const char* bytes) {
-    if (const auto stream = source.GetIOStream("a")) {
-        *stream << bytes;
-    }
-}
-
 const Edit kEdits[] = {
-    {"read", [](Source& source, const std::string&) { Read(source, "a"); }, "<a>"},
-    {"write", [](Source& source, const std::string&) { Write(source, "a", "new"); }, "new"},
-    {"change", [](Source& source, const std::string&) { Overwrite(source, "Z"); }, "Z<a>"},
-    {"empty", [](Source& source, const std::string&) { Write(source, "a", ""); }, ""},
-    {"read_then_change",
-     [](Source& source, const std::string&) {
-         Read(source, "a");
-         Overwrite(source, "Z");
-     },
-     "Z<a>"},
-    {"change_then_read",
-     [](Source& source, const std::string&) {
-         Overwrite(source, "Z");
-         Read(source, "a");
-     },
-     "Z<a>"},
-    {"file_changed_and_told",
-     [](Source& source, const std::string& file) {
-         Read(source, "a");
-         WriteFile(file, "by hand");
-         source.SetIsDirty(true, "A");
-     },
-     "by hand"},
-    {"file_made",
-     [](Source& source, const std::string& file) {
-         WriteFile(file, "by hand");
-         source.SetIsDirty(true, nullptr);
-     },
-     "by hand"},
-    {"deleted", [](Source& source, const std::string&) { source.DeleteSource("a"); }, "-"},
-    {"read_then_deleted",
-     [](Source& source, const std::string&) {
-         Read(source, "a");
-         source.DeleteSource("a");
-         EXPECT_FALSE(Read(source, "a"));
-         EXPECT_FALSE(source.StreamExists("a"));
-         EXPECT_EQ(source.GetStreamSize("a"), 0U);
-         EXPECT_EQ(source.GetFileNames()->count("a"), 0U);
-     },
-     "-"},
-    {"deleted_then_written",
-     [](Source& source, const std::string&) {
-         source.DeleteSource("a");
-         Write(source, "A", "reborn");
-     },
-     "reborn"},
-    {"deleted_then_brought_back",
-     [](Source& source, const std::string&) {
-         source.DeleteSource("a");
-         Overwrite(source, "Z");
-     },
-     "Z<a>"},
-    {"deleted_then_made_by_hand",
-     [](Source& source, const std::string& file) {
-         Read(source, "a");
-         source.DeleteSource("a");
-         WriteFile(file, "by hand");
-         EXPECT_EQ(source.GetStreamSize("a"), 7U);
-     },
-     "by hand"},
-    {"written_then_deleted",
-     [](Source& source, const std::string&) {
-         Write(source, "a", "new");
-         source.DeleteSource("a");
-     },
-     "-"},
-    {"temporary",
-     [](Source& source, const std::string&) {
-         *source.GetTempOStream("a") << "scratch";
-         source.SetIsDirty(true, nullptr);
-     },
-     "<a>"},
-    {"temporary_then_changed",
-     [](Source& source, const std::string&) {
-         *source.GetTempOStream("a") << "scratch";
-         Overwrite(source, "S");
-     },
-     "Scratch"},
-    {"changed_then_temporary",
-     [](Source& source, const std::string&) {
-         Overwrite(source, "Z");
-         *source.GetTempIOStream("a") << "Y";
-     },
-     "<a>"},
+    {"read", "r", "<a>"},
+    {"write", "w", "new"},
+    {"change", "c", "Z<a>"},
+    {"read_then_change", "rc", "Z<a>"},
+    {"change_then_read", "cr", "Z<a>"},
+    {"file_changed_and_told", "rf!", "by hand"},
+    {"file_made", "f.", "by hand"},
+    {"deleted", "d", "-"},
+    {"read_then_deleted", "rd", "-"},
+    {"written_then_deleted", "wd", "-"},
+    {"deleted_then_written", "dw", "new"},
+    {"deleted_then_brought_back", "dc", "Z<a>"},
+    {"deleted_then_made_by_hand", "rdf", "by hand"},
+    {"temporary", "t.", "<a>"},
+    {"temporary_then_changed", "tc", "Zcratch"},
+    {"changed_then_temporary", "cT", "<a>"},
 };
 
 class Saving : public Project, public testing::WithParamInterface<Edit> {
 protected:
+    void Apply() {
+        for (const char step : GetParam().steps) {
+            kSteps.at(step)(source_, InWorkspace("a"));
+        }
+    }
     Model Expected() const {
         Model streams = kStreams;
         std::string after = GetParam().after;
@@ -134,14 +85,14 @@ protected:
 
 TEST_P(Saving, WritesWhatChanged) {
     Open();
-    GetParam().apply(source_, InWorkspace("a"));
+    Apply();
     EXPECT_TRUE(Spelled(Saved()) == Expected());
 }
 
 TEST_P(Saving, GoesOnAfterwards) {
     Open();
-    GetParam().apply(source_, InWorkspace("a"));
-    const bool isTemporary = std::string(GetParam().name).find("temporary") != std::string::npos;
+    Apply();
+    const bool isTemporary = GetParam().after == "<a>" && GetParam().steps != "r";
     ASSERT_EQ(source_.CopyToBlockFile(false), Source::NoError);
     EXPECT_FALSE(source_.IsDirty());
     const std::string saved = ReadFile(path_);
@@ -161,7 +112,7 @@ TEST_P(Saving, GoesOnAfterwards) {
 TEST_P(Saving, ElsewhereTakesEverythingAndLeavesTheFile) {
     const std::string before = ReadFile(path_);
     Open();
-    GetParam().apply(source_, InWorkspace("a"));
+    Apply();
     const std::string copy = folder_ / "copy";
     WriteFile(copy, "something older");
     fs::permissions(copy, fs::owner_all | fs::group_read);
