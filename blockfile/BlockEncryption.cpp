@@ -58,13 +58,13 @@ KrStreamE::Status CompoundFileServer::Encrypt(const char* password) {
 }
 
 KrStreamE::Status CompoundFileServer::EncryptLike(const CompoundFileServer& other) {
-    if (status_ != KrStreamE::Ok) {
+    if (status_ != KrStreamE::Ok || &other == this) {
         return status_;
     }
     if (!other.IsFlaggedEncrypted()) {
         return Decrypt();
     }
-    return other.cipher_ == nullptr
+    return other.NeedsPassword()
                ? KrStreamE::PasswordRequired
                : EncryptUnder(other.cipher_, other.directory_.Block(0).passwordDigest);
 }
@@ -118,8 +118,12 @@ bool CompoundFileServer::IsFlaggedEncrypted() const {
     return !directory_.IsEmpty() && (directory_.Block(0).flags & kEncryptedFlag) != 0;
 }
 
+bool CompoundFileServer::NeedsPassword() const {
+    return IsFlaggedEncrypted() && cipher_ == nullptr;
+}
+
 void CompoundFileServer::RequirePassword() const {
-    if (IsFlaggedEncrypted() && cipher_ == nullptr) {
+    if (NeedsPassword()) {
         throw CompoundFileServerError{KrStreamE::PasswordRequired};
     }
 }

@@ -118,6 +118,7 @@ public:
 
     // Encryption.
     bool IsEncrypted() const;
+    bool NeedsPassword() const;
     Status Encrypt(const char* password);
     /// Makes this file encrypted under the other's password, or plain, as the other is.
     Status EncryptLike(const CompoundFileServer& other);

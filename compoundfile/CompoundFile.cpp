@@ -71,6 +71,10 @@ bool CompoundFile::IsEncrypted() const {
     return Engine() != nullptr && Engine()->IsEncrypted();
 }
 
+bool CompoundFile::NeedsPassword() const {
+    return Engine() != nullptr && Engine()->NeedsPassword();
+}
+
 KrStreamE::Status CompoundFile::Encrypt(const char* password) {
     return Engine() != nullptr ? Engine()->Encrypt(password) : KrStreamE::NotOpen;
 }

@@ -6,8 +6,10 @@
 #include <TALVOutl/MD5.h>
 #include <TALVOutl/Paths.h>
 
+#include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/path.hpp>
 
+#include <algorithm>
 #include <fstream>
 
 namespace {
@@ -30,14 +32,18 @@ CompoundFileStreamSource::~CompoundFileStreamSource() = default;
 CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bool readOnly) {
     const StreamSourceLock lock;
     readOnly_ = readOnly;
+    state_->workspace.SetFolder(state_->directoryName);
     const Error error = Bind(mode);
+    state_->bound = error == NoError;
     if (error == NoError) {
         state_->dirty = false;
         state_->deleted.clear();
         state_->unchanged.clear();
         openMode_ = mode;
+        CollectLegacyNames();
     }
     state_->workspace.Canonicalize();
+    state_->directoryName = state_->workspace.Folder();
     const std::string canonical = KrGetCanonicalPath(state_->compoundFileName.c_str());
     if (!canonical.empty()) {
         state_->compoundFileName = canonical;
@@ -46,7 +52,9 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bo
 }
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::Bind(OpenMode mode) {
-    if (mode == NewWorkspace && state_->workspace.Open(true) != Workspace::Opened::Done) {
+    const bool hidesFile = state_->workspace.Contains(state_->compoundFileName);
+    if (hidesFile ||
+        (mode == NewWorkspace && state_->workspace.Open(true) != Workspace::Opened::Done)) {
         return FileSystemError;
     }
     if (compoundFile_.Open(state_->compoundFileName.c_str(),
@@ -64,16 +72,31 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Bind(OpenMode mode) {
     }
 }
 
-bool CompoundFileStreamSource::ExtractAllFiles() const {
-    const StreamSourceLock lock;
-    const auto streams = GetFileNames();
-    for (const std::string& stream : *streams) {
-        const bool staysEntry = IsLibraryName(stream) || !Workspace::CanHold(FileNameOf(stream));
-        if (!staysEntry && !FindFile(stream) && !ExtractFile(stream.c_str())) {
-            return false;
+void CompoundFileStreamSource::CollectLegacyNames() {
+    state_->legacy.clear();
+    unsigned long index = 0;
+    const char* name =
+        compoundFile_.GetFormatVersion() == 1 ? compoundFile_.GetFirstDirName(&index) : nullptr;
+    for (; name != nullptr; name = compoundFile_.GetNextDirName(&index)) {
+        const std::string entry = name;
+        if (std::any_of(entry.begin(), entry.end(), [](char c) { return (c & 0x80) != 0; })) {
+            state_->legacy.insert(entry);
         }
     }
-    return true;
+}
+
+bool CompoundFileStreamSource::ExtractAllFiles() const {
+    const StreamSourceLock lock;
+    try {
+        const auto streams = GetFileNames();
+        return std::all_of(streams->begin(), streams->end(), [this](const std::string& stream) {
+            const bool staysEntry =
+                IsFreeBlockRecord(stream) || !Workspace::CanHold(FileNameOf(stream));
+            return staysEntry || FindFile(stream) || ExtractFile(stream.c_str());
+        });
+    } catch (const boost::filesystem::filesystem_error&) {
+        return false;
+    }
 }
 
 bool CompoundFileStreamSource::ExtractFile(const char* name) const {
@@ -94,21 +117,19 @@ bool CompoundFileStreamSource::ExtractFile(const char* name) const {
 // An application that knows a stream of a legacy file by the name of its workspace file means the
 // entry under its stored name.
 std::string CompoundFileStreamSource::StreamOf(const std::string& name) const {
-    if (compoundFile_.GetFormatVersion() != 1 || compoundFile_.Exists(name.c_str())) {
+    if (state_->legacy.empty() || state_->legacy.count(name) != 0) {
         return name;
     }
     try {
         const std::string stored = LegacyNames::FromFileName(name);
-        return compoundFile_.Exists(stored.c_str()) ? stored : name;
+        return state_->legacy.count(stored) != 0 ? stored : name;
     } catch (const std::exception&) {
         return name;
     }
 }
 
 std::string CompoundFileStreamSource::FileNameOf(const std::string& stream) const {
-    return compoundFile_.GetFormatVersion() == 1 && compoundFile_.Exists(stream.c_str())
-               ? LegacyNames::ToFileName(stream)
-               : stream;
+    return state_->legacy.count(stream) != 0 ? LegacyNames::ToFileName(stream) : stream;
 }
 
 bool CompoundFileStreamSource::CanBeFile(const std::string& stream) const {
@@ -120,13 +141,15 @@ bool CompoundFileStreamSource::CanBeFile(const std::string& stream) const {
 }
 
 std::optional<std::string> CompoundFileStreamSource::FindFile(const std::string& stream) const {
-    const std::optional<std::string> sameName = state_->workspace.Find(stream);
-    return sameName || !CanBeFile(stream) ? sameName : state_->workspace.Find(FileNameOf(stream));
+    return CanBeFile(stream) ? state_->workspace.Find(FileNameOf(stream)) : std::nullopt;
 }
 
 void CompoundFileStreamSource::SetDirectoryName(const char* directoryName) {
     const StreamSourceLock lock;
-    state_->workspace.SetFolder(TextOf(directoryName));
+    state_->directoryName = TextOf(directoryName);
+    if (!state_->bound) {
+        state_->workspace.SetFolder(state_->directoryName);
+    }
 }
 
 void CompoundFileStreamSource::SetCompoundFileName(const char* compoundFileName) {
@@ -140,7 +163,7 @@ void CompoundFileStreamSource::SetIsReadOnly(bool readOnly) {
 }
 
 const char* CompoundFileStreamSource::GetDirectoryName() const {
-    return state_->workspace.Folder().c_str();
+    return state_->directoryName.c_str();
 }
 
 std::string CompoundFileStreamSource::GetCompoundFileName() const {

@@ -47,10 +47,14 @@ Workspace::Opened Workspace::Open(bool make) const {
     if (kind == KrFolderKind::Missing && !make) {
         return Opened::Missing;
     }
-    return kind == KrFolderKind::Own ||
-                   (kind == KrFolderKind::Missing && KrMakePrivateFolder(folder_))
-               ? Opened::Done
-               : Opened::Failed;
+    if (kind == KrFolderKind::Missing) {
+        return KrMakePrivateFolder(folder_) ? Opened::Done : Opened::Failed;
+    }
+    boost::system::error_code error;
+    if (kind == KrFolderKind::Own) {
+        fs::permissions(folder_, fs::remove_perms | fs::group_all | fs::others_all, error);
+    }
+    return kind == KrFolderKind::Own && !error ? Opened::Done : Opened::Failed;
 }
 
 void Workspace::Canonicalize() {
@@ -64,6 +68,12 @@ void Workspace::Canonicalize() {
     if (!canonical.empty()) {
         SetFolder(WithEndSeparator(canonical));
     }
+}
+
+bool Workspace::Contains(const std::string& path) const {
+    const std::string folder = KrGetCanonicalPath(folder_.c_str());
+    return !folder.empty() &&
+           KrGetCanonicalPath(path.c_str()).compare(0, folder.size() + 1, folder + kSeparator) == 0;
 }
 
 bool Workspace::CanHold(const std::string& name) {
@@ -126,10 +136,20 @@ bool Workspace::PutEmptyFile(const std::string& name) {
 }
 
 bool Workspace::RemoveAll() {
-    index_.reset();
+    const KrFolderKind kind = KrProbeFolder(folder_);
     boost::system::error_code error;
-    fs::remove_all(WithoutEndSeparators(folder_), error);
-    return !error;
+    if (kind == KrFolderKind::Own) {
+        index_.reset();
+        fs::remove_all(WithoutEndSeparators(folder_), error);
+    }
+    return kind != KrFolderKind::Other && !error;
+}
+
+bool Workspace::IsRemovable() const {
+    const fs::path parent = fs::path(WithoutEndSeparators(folder_)).parent_path();
+    const std::string probe = KrMakeTemporaryFolder(parent.string());
+    boost::system::error_code error;
+    return !probe.empty() && fs::remove(probe, error);
 }
 
 bool Workspace::IsOwnFolder() const {

@@ -18,11 +18,14 @@ public:
     const std::string& Folder() const { return folder_; }
     void SetFolder(const std::string& folder);
     enum class Opened { Done, Missing, Failed };
-    /// Sees to it that the folder is there, a folder of the user's own. `make` makes a missing one.
+    /// Sees to it that the folder is there, a folder of the user's own, closed to everybody else.
+    /// `make` makes a missing one.
     Opened Open(bool make) const;
     /// Makes the name canonical, with a separator at its end. A link at its end stays one.
     void Canonicalize();
 
+    /// Whether a path leads into the folder.
+    bool Contains(const std::string& path) const;
     /// Whether a name is one of a file in a folder, and not of a path.
     static bool CanHold(const std::string& name);
 
@@ -39,8 +42,11 @@ public:
     void Remove(const std::string& name) const;
     /// Puts an empty file there, in the place of any that has the name.
     bool PutEmptyFile(const std::string& name);
-    /// Removes the folder and everything in it.
+    /// Removes the folder and everything in it; false when some of it is left, or what is there is
+    /// no folder of the user's own.
     bool RemoveAll();
+    /// Whether the folder's own folder lets it go.
+    bool IsRemovable() const;
 
     /// A file that is written beside the streams, where nobody takes it for one of them, and
     /// becomes the file of its name when it is whole. What does not get there is removed.

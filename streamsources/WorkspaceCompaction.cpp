@@ -1,4 +1,5 @@
 #include "blockfile/BlockFormat.h"
+#include "streamsources/FileUse.h"
 #include "streamsources/StreamSourceMutex.h"
 #include "streamsources/WorkspaceState.h"
 
@@ -73,7 +74,7 @@ void SpaceEstimate::DropEntry(const std::string& name) {
 fs::path NameForCopy(const fs::path& folder) {
     for (char letter = 'A'; letter < 'Z'; ++letter) {
         fs::path copy = folder / (std::string("dravoptmp") + letter + ".kdp");
-        if (fs::symlink_status(copy).type() == fs::file_not_found) {
+        if (fs::symlink_status(copy).type() == fs::file_not_found && !IsInUse(copy.string())) {
             return copy;
         }
     }
@@ -104,10 +105,9 @@ std::uint64_t CompoundFileStreamSource::GetUnUsedFileSpace() const {
         estimate.DropEntry(stream);
     }
     for (const std::string& item : state_->workspace.Items()) {
-        const std::string stream = StreamOf(item);
-        if (!IsLibraryName(item) && !IsLeftOut(stream)) {
+        if (!IsLeftOut(item)) {
             estimate.AddStream(state_->workspace.SizeOf(item));
-            estimate.DropEntry(stream);
+            estimate.DropEntry(StreamOf(item));
         }
     }
     boost::system::error_code error;
@@ -120,20 +120,24 @@ std::uint64_t CompoundFileStreamSource::GetUnUsedFileSpace() const {
 
 void CompoundFileStreamSource::CompactCompoundFile() {
     const StreamSourceLock lock;
-    if (compoundFile_.GetStatus() != KrStreamE::Ok || compoundFile_.IsReadOnly()) {
+    if (compoundFile_.GetStatus() != KrStreamE::Ok || compoundFile_.IsReadOnly() || readOnly_) {
         return;
     }
     if (compoundFile_.IsShared()) {
         Fail("The file could not be compacted.");
     }
+    // Before the workspace is emptied in the attempt.
+    if (!state_->workspace.IsRemovable()) {
+        Fail("The old file could not be closed.");
+    }
     state_->compoundFileName = compoundFile_.GetCompoundFileName();
     const fs::path file = state_->compoundFileName;
     const fs::path copy = NameForCopy(file.parent_path());
-    const bool wasDirty = state_->dirty;
+    const bool hadChanges = HasChanges();
     CopyForCompaction(copy.string());
     if (Close(DiscardChanges, false) != NoError) {
-        RemoveUnlessNeeded(copy, wasDirty);
-        state_->dirty = state_->dirty || wasDirty;
+        RemoveUnlessNeeded(copy, hadChanges);
+        state_->dirty = state_->dirty || hadChanges;
         Fail("The old file could not be closed.");
     }
     bool oldIsGone = false;
@@ -143,7 +147,7 @@ void CompoundFileStreamSource::CompactCompoundFile() {
         fs::rename(copy, file);
     } catch (const fs::filesystem_error&) {
         if (!oldIsGone) {
-            RemoveUnlessNeeded(copy, wasDirty);
+            RemoveUnlessNeeded(copy, hadChanges);
         }
         ReopenUncompacted(copy.string(), oldIsGone);
     }
@@ -151,6 +155,14 @@ void CompoundFileStreamSource::CompactCompoundFile() {
     if (Open(NewWorkspace, false) != NoError) {
         Fail("The compacted file could not be opened.");
     }
+}
+
+// Files count that the application has changed without a word, too.
+bool CompoundFileStreamSource::HasChanges() const {
+    const NameSet files = state_->workspace.Files();
+    return state_->dirty || !state_->deleted.empty() ||
+           std::any_of(files.begin(), files.end(),
+                       [this](const std::string& file) { return !IsLeftOut(file); });
 }
 
 // The copy has to outlast a power cut before the file goes that it stands for.

@@ -1,13 +1,14 @@
+#include "streamsources/FileUse.h"
 #include "streamsources/StreamCopy.h"
 #include "streamsources/StreamSourceMutex.h"
 #include "streamsources/WorkspaceState.h"
 
-#include <TALVOutl/Files.h>
-
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 
 namespace fs = boost::filesystem;
 
@@ -15,30 +16,19 @@ namespace {
 
 using Source = CompoundFileStreamSource;
 
-/// Whether two streams differ in nothing but letter case, so that a compound file could take only
-/// one of them.
-template <typename Names>
-bool HaveTwins(const Names& streams) {
-    StreamSet seen;
-    for (const std::string& stream : streams) {
-        if (!IsLibraryName(stream) && !seen.insert(stream).second) {
-            return true;
-        }
-    }
-    return false;
+/// A file of the workspace that is never saved.
+bool IsLibraryFile(const std::string& file) {
+    return IsFailedDeletionMarker(file) || IsFreeBlockRecord(file);
 }
 
 /// Opens a new compound file in the place of what is at `path`.
-Source::Error MakeFile(const char* path, CompoundFile& file) {
-    if (path == nullptr || *path == '\0') {
-        return Source::CouldNotOpenCompoundFile;
-    }
+Source::Error MakeFile(const std::string& path, CompoundFile& file) {
     const fs::file_status replaced = fs::status(path);
-    if (fs::exists(replaced) && (!fs::is_regular_file(replaced) || KrIsFileLocked(path))) {
+    if ((fs::exists(replaced) && !fs::is_regular_file(replaced)) || IsInUse(path)) {
         return Source::FileSystemError;
     }
     fs::remove(path);
-    if (file.Open(path, KrStreamE::ReadWrite) != KrStreamE::Ok) {
+    if (file.Open(path.c_str(), KrStreamE::ReadWrite) != KrStreamE::Ok) {
         return Source::CouldNotOpenCompoundFile;
     }
     if (fs::exists(replaced)) {
@@ -73,56 +63,55 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(Compou
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(bool full) {
     const StreamSourceLock lock;
-    if (readOnly_ || compoundFile_.GetStatus() != KrStreamE::Ok) {
+    if (readOnly_ || compoundFile_.IsReadOnly() || compoundFile_.GetStatus() != KrStreamE::Ok) {
         return CouldNotOpenCompoundFile;
     }
-    const std::set<std::string> files = state_->workspace.Files();
-    if (HaveTwins(StreamsOf(files))) {
+    const NameSet files = state_->workspace.Files();
+    if (HaveTwins(files)) {
         return FileSystemError;
     }
-    const Error copied = full ? SaveAllFiles(files) : SaveChangedFiles(files);
-    const Error error = copied == NoError ? Finish(compoundFile_) : copied;
+    Error error = full ? SaveAllFiles(files) : SaveChangedFiles(files);
+    if (error == NoError) {
+        error = Finish(compoundFile_);
+    }
     state_->dirty = state_->dirty && error != NoError;
     return error;
 }
 
-std::vector<std::string> CompoundFileStreamSource::StreamsOf(const NameSet& files) const {
-    std::vector<std::string> streams;
-    for (const std::string& file : files) {
-        streams.push_back(StreamOf(file));
-    }
-    return streams;
-}
-
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAllFiles(const NameSet& files) {
-    Error error = NoError;
-    for (auto file = files.begin(); file != files.end() && error == NoError; ++file) {
-        error = IsLibraryName(*file) ? NoError : SaveFile(*file);
+    for (const std::string& file : files) {
+        const Error error = IsLibraryFile(file) ? NoError : SaveFile(file);
+        if (error != NoError) {
+            return error;
+        }
     }
-    return error;
-}
-
-bool CompoundFileStreamSource::IsLeftOut(const std::string& stream) const {
-    return state_->unchanged.count(stream) != 0 || state_->temporary.count(stream) != 0;
+    return NoError;
 }
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveChangedFiles(const NameSet& files) {
-    for (const std::string& stream : state_->deleted) {
-        compoundFile_.DeleteCFFile(stream.c_str());
-    }
-    state_->deleted.clear();
+    DeleteEntries();
     for (const std::string& file : files) {
-        const std::string stream = StreamOf(file);
-        if (IsLibraryName(file) || IsLeftOut(stream)) {
+        if (IsLeftOut(file)) {
             continue;
         }
         const Error error = SaveFile(file);
         if (error != NoError) {
             return error;
         }
-        state_->unchanged.insert(stream);
+        state_->MarkUnchanged(StreamOf(file));
     }
     return NoError;
+}
+
+// The directory is on its way before anything is written to the blocks that it no longer names: a
+// crash must not bring a deleted stream back with another one's bytes.
+void CompoundFileStreamSource::DeleteEntries() {
+    StreamSet& deleted = state_->deleted;
+    for (auto stream = deleted.begin(); stream != deleted.end();) {
+        compoundFile_.DeleteCFFile(stream->c_str());
+        stream = compoundFile_.Exists(stream->c_str()) ? std::next(stream) : deleted.erase(stream);
+    }
+    compoundFile_.Flush();
 }
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveFile(const std::string& file) {
@@ -130,11 +119,31 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::SaveFile(const std::st
     return in.good() ? CopyToBlockFile(compoundFile_, in, StreamOf(file).c_str()) : FileSystemError;
 }
 
+bool CompoundFileStreamSource::IsLeftOut(const std::string& file) const {
+    const std::string stream = StreamOf(file);
+    const auto unchanged = state_->unchanged.find(stream);
+    return IsLibraryFile(file) || state_->temporary.count(stream) != 0 ||
+           (unchanged != state_->unchanged.end() && *unchanged == stream);
+}
+
+bool CompoundFileStreamSource::HaveTwins(const NameSet& names) const {
+    StreamSet seen;
+    return std::any_of(names.begin(), names.end(), [&](const std::string& name) {
+        return !IsLibraryFile(name) && !seen.insert(StreamOf(name)).second;
+    });
+}
+
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAs(const char* path) {
     const StreamSourceLock lock;
+    if (path == nullptr || *path == '\0' || compoundFile_.GetStatus() != KrStreamE::Ok) {
+        return CouldNotOpenCompoundFile;
+    }
+    if (compoundFile_.NeedsPassword()) {
+        return CompoundFileCorrupt;
+    }
     try {
         const auto streams = GetFileNames();
-        if (HaveTwins(*streams)) {
+        if (HaveTwins(*streams) || state_->workspace.Contains(path)) {
             return FileSystemError;
         }
         CompoundFile target;
@@ -154,19 +163,19 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAs(const char* pat
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFile& target,
                                                                       const NameSet& streams) {
-    if (compoundFile_.GetStatus() != KrStreamE::NotOpen &&
-        target.EncryptLike(compoundFile_) != KrStreamE::Ok) {
+    if (target.EncryptLike(compoundFile_) != KrStreamE::Ok) {
         return CompoundFileCorrupt;
     }
     for (const std::string& stream : streams) {
-        const bool isTemporary = state_->temporary.count(stream) != 0;
-        if (IsLibraryName(stream) || (isTemporary && !HasEntry(stream))) {
+        // What such a file stands in front of is still what was saved last.
+        const bool hasUnsavedFile =
+            state_->temporary.count(stream) != 0 || IsFailedDeletionMarker(stream);
+        if (IsFreeBlockRecord(stream) || (hasUnsavedFile && !HasEntry(stream))) {
             continue;
         }
-        // What a temporary stream stands in front of is still what was saved last.
         const std::unique_ptr<std::istream> in =
-            isTemporary ? compoundFile_.GetIOStream(stream.c_str(), "rb")
-                        : GetIStream(stream.c_str());
+            hasUnsavedFile ? compoundFile_.GetIOStream(stream.c_str(), "rb")
+                           : GetIStream(stream.c_str());
         const Error error =
             in == nullptr ? CompoundFileCorrupt : CopyToBlockFile(target, *in, stream.c_str());
         if (error != NoError) {
@@ -184,9 +193,11 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Close(CloseMode mode, 
             return error;
         }
     }
-    if (!DeleteDirectory()) {
+    // A folder that was refused, or that another source has, is not this one's to remove.
+    if (state_->bound && !DeleteDirectory()) {
         return CouldNotDeleteTempDir;
     }
+    state_->bound = false;
     state_->dirty = false;
     state_->deleted.clear();
     state_->unchanged.clear();

@@ -5,6 +5,7 @@
 #include <TALVOkrstream/CompoundFileStreamSource.h>
 #include <TALVOutl/Strings.h>
 
+#include <atomic>
 #include <locale>
 #include <set>
 #include <string>
@@ -18,15 +19,27 @@ using StreamSet = std::set<std::string, StreamOrder>;
 /// What the copies of a source share.
 struct CompoundFileStreamSource::State {
     State(std::string file, std::string folder)
-        : compoundFileName(std::move(file)), workspace(std::move(folder)) {}
+        : compoundFileName(std::move(file)), directoryName(folder), workspace(std::move(folder)) {}
+
+    void MarkUnchanged(const std::string& stream) {
+        unchanged.erase(stream);
+        unchanged.insert(stream);
+    }
 
     std::string compoundFileName;
+    /// For the next Open; the workspace's own folder until then.
+    std::string directoryName;
     Workspace workspace;
-    /// The workspace differs from the compound file.
-    bool dirty = false;
+    /// The workspace belongs to the source: Open succeeded, and Close has not yet.
+    bool bound = false;
+    /// The workspace differs from the compound file. Atomic, since it is asked without the lock.
+    std::atomic<bool> dirty{false};
+    /// Entries of a file of format version 1 whose names are not the same in UTF-8.
+    StreamSet legacy;
     /// Deleted since the last save: the entries that are still there do not count.
     StreamSet deleted;
-    /// Streams whose files are copies of their entries.
+    /// Streams whose files are copies of their entries, spelled as the files: another spelling is
+    /// another file, which the application has put there.
     StreamSet unchanged;
     /// Handed out as temporary, and not as ordinary streams since.
     StreamSet temporary;
@@ -35,10 +48,12 @@ struct CompoundFileStreamSource::State {
 /// The file that marks a workspace which could not be removed.
 constexpr const char* kFailedDeletionMarker = "CouldNotDelete";
 
-/// Whether a name is the library's own and never that of a stream to be saved: the marker, or the
-/// record of free blocks, which each compound file makes for itself.
-inline bool IsLibraryName(const std::string& name) {
-    return KrStdString::CompareNoCase(name, kFailedDeletionMarker, std::locale()) == 0 ||
-           KrStdString::CompareNoCase(name, CompoundFile::kFreeListEntryName,
+inline bool IsFailedDeletionMarker(const std::string& name) {
+    return KrStdString::CompareNoCase(name, kFailedDeletionMarker, std::locale()) == 0;
+}
+
+/// Each compound file makes its own record of free blocks.
+inline bool IsFreeBlockRecord(const std::string& name) {
+    return KrStdString::CompareNoCase(name, CompoundFile::kFreeListEntryName,
                                       std::locale::classic()) == 0;
 }

@@ -18,19 +18,14 @@ bool IsSet(const char* name) {
     return name != nullptr && *name != '\0';
 }
 
-/// Runs a request for a stream: whatever it throws, the answer is null.
+/// Runs a request for a stream: without a name, and whatever it throws, the answer is null.
 template <typename Request>
-auto OrNull(Request request) -> decltype(request()) {
+auto OrNull(const char* name, Request request) -> decltype(request()) {
     try {
-        return request();
+        return IsSet(name) ? request() : nullptr;
     } catch (const std::exception&) {
         return nullptr;
     }
-}
-
-template <typename Stream>
-std::unique_ptr<Stream> IfGood(std::unique_ptr<Stream> stream) {
-    return stream->good() ? std::move(stream) : nullptr;
 }
 
 /// An empty file cannot be mapped; it is opened like any file.
@@ -39,7 +34,9 @@ std::unique_ptr<std::istream> OpenForReading(const std::string& path) {
     try {
         return std::make_unique<MappedStream>(boost::iostreams::mapped_file_source(path));
     } catch (const std::exception&) {
-        return std::make_unique<std::ifstream>(path, std::ios_base::in | std::ios_base::binary);
+        auto file =
+            std::make_unique<std::ifstream>(path, std::ios_base::in | std::ios_base::binary);
+        return file->good() ? std::move(file) : nullptr;
     }
 }
 
@@ -47,7 +44,7 @@ std::unique_ptr<std::istream> OpenForReading(const std::string& path) {
 
 bool CompoundFileStreamSource::StreamExists(const char* name) const {
     const StreamSourceLock lock;
-    if (!IsSet(name) || std::strlen(GetDirectoryName()) + std::strlen(name) >= kPathLimit) {
+    if (!IsSet(name) || state_->workspace.Folder().size() + std::strlen(name) >= kPathLimit) {
         return false;
     }
     const std::string stream = StreamOf(name);
@@ -82,10 +79,7 @@ unsigned long long CompoundFileStreamSource::GetStreamSize(const char* name) con
 
 std::unique_ptr<std::istream> CompoundFileStreamSource::GetIStream(const char* name) {
     const StreamSourceLock lock;
-    return OrNull([&]() -> std::unique_ptr<std::istream> {
-        if (!IsSet(name)) {
-            return nullptr;
-        }
+    return OrNull(name, [&]() -> std::unique_ptr<std::istream> {
         const std::string stream = StreamOf(name);
         std::optional<std::string> file = FindFile(stream);
         if (!file && state_->deleted.count(stream) != 0) {
@@ -95,60 +89,59 @@ std::unique_ptr<std::istream> CompoundFileStreamSource::GetIStream(const char* n
             return compoundFile_.GetIOStream(stream.c_str(), "rb");
         }
         if (!file && ExtractFile(stream.c_str())) {
-            state_->unchanged.insert(stream);
             file = FindFile(stream);
+            state_->MarkUnchanged(stream);
         }
-        return file ? IfGood(OpenForReading(state_->workspace.PathOf(*file))) : nullptr;
+        return file ? OpenForReading(state_->workspace.PathOf(*file)) : nullptr;
     });
 }
 
 std::unique_ptr<std::iostream> CompoundFileStreamSource::GetIOStream(const char* name) {
     const StreamSourceLock lock;
-    return OrNull([&]() -> std::unique_ptr<std::iostream> {
-        if (!IsSet(name) || !CanBeFile(StreamOf(name))) {
-            return nullptr;
-        }
+    return OrNull(name, [&]() -> std::unique_ptr<std::iostream> {
         const std::string stream = StreamOf(name);
-        MarkForWriting(stream);
-        if (!FindFile(stream)) {
+        if (!FindFile(stream) && CanBeFile(stream)) {
             ExtractFile(stream.c_str());
         }
         const std::optional<std::string> file = FindFile(stream);
         if (!file) {
             return nullptr;
         }
-        auto opened = IfGood(std::make_unique<std::fstream>(state_->workspace.PathOf(*file),
-                                                            std::ios_base::in | std::ios_base::out |
-                                                                std::ios_base::binary));
-        state_->dirty = state_->dirty || opened != nullptr;
-        return opened;
+        constexpr auto mode = std::ios_base::in | std::ios_base::out | std::ios_base::binary;
+        return Changing(stream,
+                        std::make_unique<std::fstream>(state_->workspace.PathOf(*file), mode));
     });
 }
 
 std::unique_ptr<std::ostream> CompoundFileStreamSource::GetOStream(const char* name) {
     const StreamSourceLock lock;
-    return OrNull([&]() -> std::unique_ptr<std::ostream> {
-        if (!IsSet(name) || !CanBeFile(StreamOf(name))) {
+    return OrNull(name, [&]() -> std::unique_ptr<std::ostream> {
+        const std::string stream = StreamOf(name);
+        if (!CanBeFile(stream)) {
             return nullptr;
         }
-        const std::string stream = StreamOf(name);
-        MarkForWriting(stream);
         const std::string file = FindFile(stream).value_or(FileNameOf(stream));
         if (!state_->workspace.PutEmptyFile(file)) {
             return nullptr;
         }
         auto opened = std::make_unique<LazyWriteFileStream>();
         opened->open(state_->workspace.PathOf(file), std::ios_base::out | std::ios_base::binary);
-        opened = IfGood(std::move(opened));
-        state_->dirty = state_->dirty || opened != nullptr;
-        return opened;
+        return Changing(stream, std::move(opened));
     });
 }
 
-void CompoundFileStreamSource::MarkForWriting(const std::string& stream) {
+// Only what succeeded changes what is known of a stream.
+template <typename Stream>
+std::unique_ptr<Stream> CompoundFileStreamSource::Changing(const std::string& stream,
+                                                           std::unique_ptr<Stream> opened) {
+    if (!opened->good()) {
+        return nullptr;
+    }
     state_->unchanged.erase(stream);
     state_->temporary.erase(stream);
     state_->deleted.erase(stream);
+    state_->dirty = true;
+    return opened;
 }
 
 std::unique_ptr<std::iostream> CompoundFileStreamSource::GetTempIOStream(const char* name) {
@@ -180,8 +173,9 @@ void CompoundFileStreamSource::DeleteSource(const char* name) {
     if (const std::optional<std::string> file = FindFile(stream)) {
         state_->workspace.Remove(*file);
     }
-    // A file that comes to be there later is no copy of the entry.
+    // A file that comes to be there later is another one.
     state_->unchanged.erase(stream);
+    state_->temporary.erase(stream);
     state_->deleted.insert(stream);
     state_->dirty = true;
 }

@@ -54,7 +54,8 @@ std::string KrMakeTemporaryFolder(const std::string& folder) {
 
 bool KrIsFileLocked(const std::string& path) {
     const Descriptor file(path);
-    return file.IsOpen() && flock(file.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    return file.IsOpen() ? flock(file.Number(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK
+                         : errno != ENOENT && errno != ENOTDIR;
 }
 
 bool KrSync(const std::string& path) {

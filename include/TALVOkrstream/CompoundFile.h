@@ -128,6 +128,9 @@ public:
     /// Ok.
     bool IsEncrypted() const;
 
+    /// Whether the file has a password that has not been given yet; false for an empty handle.
+    bool NeedsPassword() const;
+
     /// Enciphers all payloads under a password (any bytes up to the NUL, not empty; the first 72
     /// make the key). An encrypted file is first deciphered, so its old password must have been
     /// given. Names, times and sizes stay readable; bytes of blocks freed earlier stay plain on

@@ -7,7 +7,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <vector>
 
 /// A source that lets an application work on the streams of a compound file as ordinary files, in a
 /// folder of their own, the workspace. A stream is copied out of the compound file when it is first
@@ -18,42 +17,53 @@
 /// was not saved, and the next one can take it up. So open with ExistingWorkspace first, and with
 /// NewWorkspace only after TempDirDoesNotExist: NewWorkspace, too, works on what it finds there.
 /// After taking a workspace up, call SetIsDirty(true, nullptr), because Open cannot know what that
-/// program had changed; deletions that it had not saved are forgotten. A workspace that is marked
+/// program had changed: every file in it then counts as changed, temporary streams too, and
+/// deletions that were not saved are forgotten. A workspace that is marked
 /// (PreviousDeleteOfTempDirUnsuccessfull) is the rest of one that could not be removed when its
-/// program had closed the source, or had tried to compact: look whether it holds anything that the
-/// compound file does not, then call DeleteDirectory.
+/// program closed the source, or tried to compact: look whether it holds anything that the compound
+/// file does not, then call DeleteDirectory.
 ///
 /// **Which bytes count.** A file in the workspace, named as its stream (GetDirectoryName followed
 /// by the name), always wins over the entry of that name. The application may change, add and
 /// replace files with ordinary file calls, GetIStream having copied the stream out; it tells the
 /// source with SetIsDirty, naming the stream unless the file is new. Do not cut a file short while
 /// a stream reads it, for streams read through a memory mapping: replace the file instead, as
-/// GetOStream does.
+/// GetOStream does. Streams for writing have to be destroyed before a save: what they write later
+/// is not noticed.
 ///
 /// **Letter case.** The compound file does not tell A from a, most file systems here do. A stream's
 /// file is found in any case, its exact spelling first; a new file takes the spelling asked for,
 /// and the saved entry takes its file's. If the application itself puts two files there that differ
 /// in nothing but case, only one of them could be saved: CopyToBlockFile and SaveAs then answer
-/// FileSystemError before they write anything, until one is removed or renamed.
+/// FileSystemError before they write anything, until one is removed or renamed. (So does SaveAs for
+/// a damaged compound file with two such entries.)
 ///
 /// **Names that cannot be files** (with a separator, "." or "..", over 255 bytes) stay in the
 /// compound file: GetIStream reads them there, SaveAs and compaction keep them, and the writable
-/// forms are null.
+/// forms are null. In a compound file of format version 1, names are in a code page
+/// (windows-1252): while such a file is open, a stream's file is named in UTF-8, and the stream is
+/// found under either name; the entry keeps its own. The first save makes the file version 2, and
+/// from the next Open on the stream is known by the entry's bytes alone.
 ///
-/// **Privacy.** The workspace is made for its user alone (mode 0700). An existing one must be a
-/// folder of the user's, not a link; links in it are neither followed nor streams. Of an encrypted
-/// compound file (give its password through a CompoundFile opened on the same path), the workspace
-/// holds plain bytes.
+/// **Privacy.** The workspace is closed to everybody but its user (mode 0700). An existing one must
+/// be a folder of the user's, not a link; links in it are neither followed nor streams. Of an
+/// encrypted compound file, it holds plain bytes. Give the password through a CompoundFile opened
+/// on the same path.
 ///
 /// **Files in use** by an open compound file, in this program or another, are never replaced.
 ///
-/// **Copies** of a source share the workspace, its state, and the handle's one reference (see
-/// CompundFileBase); only whether they are read only, and the open mode, are each copy's own.
+/// **Copies** of a source share the workspace, its state (Open makes all of them clean), and the
+/// handle's one reference (see CompundFileBase); only whether they are read only, and the open
+/// mode, are each copy's own.
 ///
 /// **Failure.** Operations answer with an Error, false or null. A failed save leaves the source
-/// open and dirty, and everything in the workspace; once the compound file has failed, Open again
-/// (ExistingWorkspace) and SetIsDirty(true, nullptr) before the next attempt. Only the operations
-/// that say so throw.
+/// open and dirty, and everything in the workspace. Once the compound file has failed, it has to be
+/// opened anew before the next attempt: Open (ExistingWorkspace), SetIsDirty(true, nullptr), and
+/// the deletions again. Only the operations that say so throw.
+///
+/// **Threads** as in KrStreamSource; the operations that return what is stored (names, IsDirty,
+/// IsReadOnly, GetOpenMode) do not wait for the lock. Ask them while no other thread sets what they
+/// return; IsDirty may be asked at any time.
 class TALVOKRSTREAM_EXPORT CompoundFileStreamSource : public CompundFileBase {
 public:
     /// Results of operations.
@@ -101,14 +111,16 @@ public:
     /// CouldNotOpenCompoundFile, where a folder just made stays; TempDirDoesNotExist
     /// (ExistingWorkspace only; the compound file stays open, and may be opened again);
     /// FileSystemError when the folder cannot be made, its parent being missing, say,
-    /// or is not a folder of the user's own. Costs what CompoundFile::Open costs.
+    /// is not a folder of the user's own, or holds the compound file itself. Costs what
+    /// CompoundFile::Open costs.
     Error Open(OpenMode mode, bool readOnly);
 
     /// Saves the workspace as CopyToBlockFile(full) does, if `mode` is SaveChanges and the source
-    /// is dirty; then removes the workspace folder with everything in it, and closes the compound
-    /// file. When saving fails, its result is returned and nothing else was done. When the folder
-    /// cannot be removed: CouldNotDeleteTempDir, with the file still open, what is left of the
-    /// folder marked for PreviousDeleteOfTempDirUnsuccessfull. Throws as CopyToBlockFile does.
+    /// is dirty; then removes the workspace folder with everything in it (unless Open has not
+    /// succeeded), and closes the compound file. When saving fails, its result is returned and
+    /// nothing else was done. When the folder cannot be removed: CouldNotDeleteTempDir, with the
+    /// file still open, what is left of the folder marked for PreviousDeleteOfTempDirUnsuccessfull.
+    /// Throws as CopyToBlockFile does.
     Error Close(CloseMode mode, bool full);
 
     /// Writes workspace files into the compound file. Destroy streams for writing first: what they
@@ -118,7 +130,8 @@ public:
     /// changed since it was copied out or last saved, temporary streams excepted. A file that
     /// ExtractAllFiles made counts as changed. The cost is that of the bytes written and of one
     /// walk over the workspace. With `full` true: writes every file, temporary streams too, and
-    /// deletes nothing; meant for a compound file that is still empty.
+    /// deletes nothing, though the source is clean afterwards; meant for a compound file that is
+    /// still empty.
     ///
     /// CouldNotOpenCompoundFile for a read-only, closed or failed source; CompoundFileCorrupt when
     /// an entry cannot be written, as on a full disk; FileSystemError when a file cannot be read,
@@ -135,11 +148,13 @@ public:
     /// on with its own compound file, which is not written, but counts as clean. Streams that are
     /// not in the workspace yet are copied out.
     ///
-    /// FileSystemError, with everything as it was, when `path` is in use or is no regular file,
-    /// when the old file cannot be removed, when two files differ only in case; also when a
-    /// workspace file cannot be read. CouldNotOpenCompoundFile when the new file cannot be made.
-    /// CompoundFileCorrupt when a stream is damaged or cannot be written; what was written so far
-    /// then stays at `path`.
+    /// With everything as it was: CouldNotOpenCompoundFile for a closed or failed source;
+    /// CompoundFileCorrupt while the password is missing; FileSystemError when `path` is in use (by
+    /// this process, also in another letter case), is no regular file or leads into the workspace,
+    /// when the old file cannot be removed, or when two files differ only in case.
+    /// CouldNotOpenCompoundFile when the new file cannot be made; CompoundFileCorrupt when a stream
+    /// cannot be had or cannot be written, FileSystemError when reading its file fails: what was
+    /// written so far then stays at `path`.
     Error SaveAs(const char* path);
 
     /// The bytes that compaction would free after the next save, an estimate; 0 for none, and for a
@@ -150,27 +165,30 @@ public:
     /// Rewrites the compound file without unused blocks, pending changes included: saves a fresh
     /// copy beside it (dravoptmpA.kdp and so on to Y), closes the source, puts the copy in its
     /// place, and opens the source again with an empty workspace. Temporary streams are gone
-    /// afterwards. The copy is on disk before the old file is removed, so that a crash at any
-    /// moment leaves a whole file under the old name or that of the copy.
+    /// afterwards, and an encrypted file needs its password again. The copy is on disk before the
+    /// old file is removed, so that a crash at any moment leaves a whole file under the old name or
+    /// that of the copy.
     ///
     /// Does nothing on a source that is closed, has failed, or is read only. Otherwise throws an
     /// Exception when it fails: "The file could not be compacted." while another handle or a stream
     /// has the file open; "Temporary file name could not be generated."; "The file could not be
     /// copied."; "The old file could not be closed."; "The compacted file could not be opened.";
     /// "The temporary file could not be renamed.", where the message names the copy if the source
-    /// could be opened on it. A copy that is the only place of unsaved changes is left. Also throws
-    /// boost::filesystem::filesystem_error when the file's folder cannot be looked at.
+    /// could be opened on it. Where changes were not saved and the copy was made, it is left: it
+    /// may be the only place that has them. Also throws boost::filesystem::filesystem_error when
+    /// the file's folder cannot be looked at.
     void CompactCompoundFile();
 
     /// Copies every stream out that has no file yet. Entries that cannot be files stay where they
     /// are. False when an entry cannot be read or its file cannot be written. The files count as
-    /// changed, so that the application may edit them without telling: the next save writes all of
-    /// them. Throws boost::locale::conv::conversion_error when a name of a file of format version 1
-    /// is no text of its code page.
+    /// changed: once the source is dirty, the next save writes all of them, whether the application
+    /// edited them or not. Throws boost::locale::conv::conversion_error when a name of a file of
+    /// format version 1 is no text of its code page.
     bool ExtractAllFiles() const;
 
-    /// Removes the workspace folder and everything in it. False when it cannot be removed; then it
-    /// is left marked for PreviousDeleteOfTempDirUnsuccessfull.
+    /// Removes the workspace folder, if it is one of the user's own, and everything in it. False
+    /// when it cannot be removed; then it is left marked for PreviousDeleteOfTempDirUnsuccessfull,
+    /// which makes the source dirty.
     bool DeleteDirectory();
 
     /// Sets whether the workspace differs from the compound file. With a name, the next save writes
@@ -222,7 +240,7 @@ public:
     bool CleanUp() override;
     /// Always null.
     std::unique_ptr<KrStreamSource> GetStreamSource(const char* name) const override;
-    /// Close(SaveChanges, false); the result is lost.
+    /// Close(SaveChanges, false); the result is lost. Throws as that does.
     void CloseFile() override;
 
     /// The path of a workspace in `baseFolder` for `key`, the same for the same two: "_SP_" and the
@@ -243,6 +261,7 @@ private:
 
     Error Bind(OpenMode mode);
     bool ExtractFile(const char* name) const;
+    void CollectLegacyNames();
 
     /// The stream that a name stands for.
     std::string StreamOf(const std::string& name) const;
@@ -254,19 +273,24 @@ private:
     /// Whether the compound file has a stream that is not deleted.
     bool HasEntry(const std::string& stream) const;
     std::shared_ptr<NameSet> BuildCurrentFileSet() const;
-    void MarkForWriting(const std::string& stream);
+    template <typename Stream>
+    std::unique_ptr<Stream> Changing(const std::string& stream, std::unique_ptr<Stream> opened);
     template <typename Request>
     auto Temporary(const char* name, Request request) -> decltype(request());
 
-    /// Whether an incremental save leaves a stream's file out.
-    bool IsLeftOut(const std::string& stream) const;
-    std::vector<std::string> StreamsOf(const NameSet& files) const;
+    /// Whether an incremental save leaves a file out.
+    bool IsLeftOut(const std::string& file) const;
+    /// Whether two names differ in nothing but letter case, so that a compound file could take only
+    /// one of them.
+    bool HaveTwins(const NameSet& names) const;
+    void DeleteEntries();
     Error SaveAllFiles(const NameSet& files);
     Error SaveChangedFiles(const NameSet& files);
     Error SaveFile(const std::string& file);
     Error CopyStreams(CompoundFile& target, const NameSet& streams);
     static Error CopyToBlockFile(CompoundFile& target, std::istream& in, const char* name);
 
+    bool HasChanges() const;
     void CopyForCompaction(const std::string& copy);
     [[noreturn]] void ReopenUncompacted(const std::string& copy, bool oldIsGone);
 

@@ -66,7 +66,7 @@ public:
     virtual bool IsReadOnly() const = 0;
     /// The name of the compound file.
     virtual std::string GetCompoundFileName() const = 0;
-    /// Closes the source, saving what has to be saved.
+    /// Closes the source, saving what has to be saved; whether that went well is not told.
     virtual void CloseFile() = 0;
 };
 

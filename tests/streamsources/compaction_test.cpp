@@ -9,7 +9,7 @@ namespace fs = boost::filesystem;
 
 class Compaction : public Project {
 protected:
-    ~Compaction() override { SystemCalls::Reset(); }
+    void TearDown() override { SystemCalls::Reset(); }
 
     /// What compaction says when it fails; empty when it does not.
     std::string Compact() {
@@ -83,12 +83,16 @@ TEST_F(Compaction, FailsWithoutLosingAnything) {
          "The temporary file could not be renamed.\nThe new file name is dravoptmpA.kdp.", false},
     };
     for (const auto& obstacle : cases) {
-        for (const bool changed : {false, true}) {
-            SCOPED_TRACE(std::string(obstacle.call) + (changed ? ", changed" : ""));
+        for (const std::string change : {"", "told", "untold"}) {
+            SCOPED_TRACE(obstacle.call + (", " + change));
+            const bool changed = !change.empty();
             const std::string before = ReadFile(path_);
             Open();
-            if (changed) {
+            if (change == "told") {
                 ASSERT_TRUE(Write(source_, "a", "unsaved"));
+            } else if (changed) {
+                ASSERT_TRUE(source_.ExtractAllFiles());
+                WriteFile(InWorkspace("a"), "unsaved");
             }
             SystemCalls::Refuse(obstacle.call, obstacle.pathEnd);
             EXPECT_EQ(Compact(), obstacle.message);

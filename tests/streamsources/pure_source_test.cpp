@@ -127,6 +127,12 @@ TEST(PureSourceOnAFile, ReadOnlyRefusesEveryChange) {
     EXPECT_TRUE(source.IsReadOnly());
 }
 
+/// A source that is used once more when the program ends.
+struct AtExit {
+    PureCompoundFileStreamSource source;
+    ~AtExit() { source.Open("/", true); }
+} atExit;
+
 TEST(MemorySource, SavesAProjectThatHadNoFile) {
     const TempFolder folder;
     const std::string path = folder / "saved";
@@ -163,7 +169,8 @@ TEST(MemorySource, MayGoBeforeItsStreamsAndBeforeItsCopies) {
     source->Open();
     ASSERT_TRUE(Write(*source, "a", Pattern(5000, 1)));
     const auto stream = source->GetIOStream("a");
-    PureCompoundFileStreamSource copy = *source;
+    const PureCompoundFileStreamSource& base = *source;
+    PureCompoundFileStreamSource copy = base;
     *stream << "unwritten";
     source.reset();
     EXPECT_FALSE(stream->seekg(4000).get() >= 0) << "the bytes are gone";

@@ -42,7 +42,7 @@ const Way kWays[] = {
 /// change files fails, or is the program's last one. The other streams are untouched.
 class SaveFault : public Project, public testing::WithParamInterface<Way> {
 protected:
-    ~SaveFault() override { SystemCalls::Reset(); }
+    void TearDown() override { SystemCalls::Reset(); }
 
     void StartOver() {
         fs::remove_all(workspace_);
@@ -66,6 +66,7 @@ protected:
         for (const char* untouched : {"empty", "Mixed.Case"}) {
             EXPECT_TRUE(found[untouched] == kStreams.at(untouched)) << untouched;
         }
+        EXPECT_TRUE(found.count("b") == 0 || found["b"] == kStreams.at("b")) << "no foreign bytes";
         Model compacted = fs::exists(compacted_) ? GetAll(compacted_) : Model();
         for (const auto& [name, bytes] : kEdits) {
             EXPECT_TRUE(found[name] == bytes || compacted[name] == bytes ||

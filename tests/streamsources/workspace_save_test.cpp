@@ -212,14 +212,46 @@ TEST_F(SavingProject, ElsewhereRefusesWhatIsInUseOrNoFile) {
     CompoundFile reader;
     ASSERT_EQ(reader.Open(other.c_str(), KrStreamE::ReadOnly), KrStreamE::Ok);
     fs::create_directory(folder_ / "folder");
-    for (const std::string& target : {path_, other, folder_ / "folder"}) {
+    for (const std::string& target : {path_, other, folder_ / "folder", folder_ / "PROJECT",
+                                      folder_ / "OTHER", InWorkspace("copy")}) {
         EXPECT_EQ(source_.SaveAs(target.c_str()), Source::FileSystemError) << target;
     }
+    fs::rename(path_, folder_ / "moved");
+    EXPECT_EQ(source_.SaveAs(path_.c_str()), Source::FileSystemError) << "still open";
+    EXPECT_FALSE(fs::exists(path_));
     EXPECT_EQ(source_.SaveAs((folder_ / "no/file").c_str()), Source::CouldNotOpenCompoundFile);
     EXPECT_EQ(source_.SaveAs(nullptr), Source::CouldNotOpenCompoundFile);
     EXPECT_TRUE(fs::exists(folder_ / "folder"));
     EXPECT_TRUE(GetAll(reader) == kStreams);
     EXPECT_TRUE(source_.IsDirty());
+    // A copy that goes takes the file with it; then not everything could be saved.
+    { const Source copy = source_; }
+    EXPECT_EQ(source_.SaveAs((folder_ / "new").c_str()), Source::CouldNotOpenCompoundFile);
+    EXPECT_TRUE(source_.IsDirty());
+}
+
+TEST_F(SavingProject, IsRefusedWhereTheFileIsOpenForReadingOnly) {
+    CompoundFile reader;
+    ASSERT_EQ(reader.Open(path_.c_str(), KrStreamE::ReadOnly), KrStreamE::Ok);
+    Open();
+    source_.DeleteSource("a");
+    EXPECT_EQ(source_.Close(Source::SaveChanges, false), Source::CouldNotOpenCompoundFile);
+    reader.Close();
+    Open(Source::ExistingWorkspace);
+    source_.DeleteSource("a");
+    EXPECT_EQ(Saved().count("a"), 0U);
+}
+
+TEST_F(SavingProject, ChangesFoldersOnlyByOpening) {
+    Open();
+    ASSERT_TRUE(Write(source_, "a", "new"));
+    fs::create_directory(folder_ / "other");
+    WriteFile(folder_ / "other/precious", "kept");
+    source_.SetDirectoryName((folder_ / "other").c_str());
+    EXPECT_EQ(source_.GetDirectoryName(), folder_ / "other");
+    EXPECT_TRUE(Saved() == With({{"a", "new"}}));
+    EXPECT_EQ(source_.Close(Source::DiscardChanges, false), Source::NoError);
+    EXPECT_EQ(ReadFile(folder_ / "other/precious"), "kept");
 }
 
 TEST_F(SavingProject, KeepsThePasswordOfAnEncryptedFile) {
@@ -234,8 +266,12 @@ TEST_F(SavingProject, KeepsThePasswordOfAnEncryptedFile) {
     file.Close();
 
     Open();
-    EXPECT_EQ(source_.GetIStream("a"), nullptr) << "no password yet";
-    EXPECT_EQ(source_.SaveAs(copy.c_str()), Source::CompoundFileCorrupt);
+    WriteFile(copy, "older");
+    source_.DeleteSource("b");
+    EXPECT_EQ(source_.SaveAs(copy.c_str()), Source::CompoundFileCorrupt) << "no password yet";
+    EXPECT_EQ(source_.CopyToBlockFile(false), Source::CompoundFileCorrupt);
+    EXPECT_EQ(source_.GetIStream("a"), nullptr);
+    EXPECT_EQ(ReadFile(copy), "older");
     ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::PasswordRequired);
     ASSERT_TRUE(file.SetPassword("secret"));
     ASSERT_TRUE(Write(source_, "new", "text"));
@@ -245,10 +281,14 @@ TEST_F(SavingProject, KeepsThePasswordOfAnEncryptedFile) {
     file.Close();
     source_.CompactCompoundFile();
     EXPECT_EQ(source_.Close(Source::SaveChanges, false), Source::NoError);
+    Model expected = With({{"new", "text"}});
+    expected.erase("b");
     for (const std::string& path : {path_, copy}) {
         CompoundFile saved;
         ASSERT_TRUE(open(saved, path)) << path;
-        EXPECT_TRUE(GetAll(saved) == With({{"new", "text"}}));
+        EXPECT_EQ(saved.EncryptLike(saved), KrStreamE::Ok);
+        EXPECT_TRUE(saved.IsEncrypted());
+        EXPECT_TRUE(GetAll(saved) == expected);
     }
 }
 

@@ -3,8 +3,6 @@
 
 #include <boost/locale/encoding_errors.hpp>
 
-#include <sys/stat.h>
-
 namespace {
 
 namespace fs = boost::filesystem;
@@ -13,7 +11,7 @@ class Workspace : public Project {};
 
 TEST_F(Workspace, OpensOrSaysWhyNot) {
     fs::create_directory(folder_ / "real");
-    WriteFile(folder_ / "plain", "");
+    WriteFile(folder_ / "plain", "plain");
     WriteFile(folder_ / "junk", "no compound file");
     struct {
         std::string file;
@@ -28,6 +26,8 @@ TEST_F(Workspace, OpensOrSaysWhyNot) {
         {"project", "none", Source::ExistingWorkspace, Source::TempDirDoesNotExist, true},
         {"project", "no/parent", Source::NewWorkspace, Source::FileSystemError, false},
         {"project", "plain", Source::NewWorkspace, Source::FileSystemError, false},
+        {"project", "", Source::ExistingWorkspace, Source::FileSystemError, false},
+        {"real/inside", "real", Source::NewWorkspace, Source::FileSystemError, false},
         {"junk", "real", Source::NewWorkspace, Source::CouldNotOpenCompoundFile, false},
         {"junk", "real", Source::ExistingWorkspace, Source::CouldNotOpenCompoundFile, false},
     };
@@ -44,10 +44,14 @@ TEST_F(Workspace, OpensOrSaysWhyNot) {
         EXPECT_EQ(directory.find(folder_ / opening.directory), 0U);
         EXPECT_EQ(directory.find_last_not_of('/') + 2, directory.size());
         EXPECT_TRUE(source.IsReadOnly());
+        if (opening.error == Source::NoError) {
+            EXPECT_EQ(fs::status(directory).permissions(), fs::owner_all);
+        } else {
+            source.CloseFile();
+        }
     }
-    struct stat made {};
-    ASSERT_EQ(stat((folder_ / "made").c_str(), &made), 0);
-    EXPECT_EQ(made.st_mode & 0777, 0700U);
+    EXPECT_EQ(ReadFile(folder_ / "plain"), "plain") << "what was refused is left alone";
+    EXPECT_TRUE(fs::exists(folder_ / "real"));
 }
 
 TEST_F(Workspace, NeverGoesThroughALink) {
@@ -64,8 +68,9 @@ TEST_F(Workspace, NeverGoesThroughALink) {
     }
     Source linked(path_.c_str(), workspace_.c_str());
     linked.Open(Source::NewWorkspace, false);
-    EXPECT_TRUE(linked.CleanUp());
-    EXPECT_FALSE(HasFile("a"));
+    EXPECT_FALSE(linked.CleanUp());
+    EXPECT_EQ(linked.Close(Source::DiscardChanges, false), Source::NoError);
+    fs::remove(workspace_);
 
     Open();
     for (const char* name : {"a", "b", "new"}) {
@@ -191,7 +196,6 @@ TEST_F(Workspace, FilesThatDifferOnlyInCaseAreNotSavedOverEachOther) {
     ASSERT_TRUE(Read(source_, "a"));
     ASSERT_TRUE(Write(source_, "new", "x"));
     WriteFile(InWorkspace("A"), "the other");
-    source_.SetIsDirty(true, "A");
     const std::string before = ReadFile(path_);
     EXPECT_EQ(source_.CopyToBlockFile(false), Source::FileSystemError);
     EXPECT_EQ(source_.CopyToBlockFile(true), Source::FileSystemError);
@@ -199,7 +203,8 @@ TEST_F(Workspace, FilesThatDifferOnlyInCaseAreNotSavedOverEachOther) {
     EXPECT_EQ(source_.SaveAs((folder_ / "copy").c_str()), Source::FileSystemError);
     EXPECT_FALSE(fs::exists(folder_ / "copy"));
     EXPECT_EQ(ReadFile(path_), before);
-    fs::remove(InWorkspace("a"));
+    fs::remove(InWorkspace("a")); // and with it what was known of "a"
+    source_.SetIsDirty(true, nullptr);
     Model expected = With({{"A", "the other"}, {"new", "x"}});
     expected.erase("a");
     EXPECT_TRUE(Saved() == expected);

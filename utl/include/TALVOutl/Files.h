@@ -24,8 +24,9 @@ TALVOUTL_EXPORT bool KrMakePrivateFolder(const std::string& path);
 /// its path; empty when it cannot be made. Any thread.
 TALVOUTL_EXPORT std::string KrMakeTemporaryFolder(const std::string& folder);
 
-/// Whether somebody, this process included, holds a lock (flock) on the file at `path`. False where
-/// nothing can be opened for reading. Neither waits nor keeps a lock. Any thread.
+/// Whether somebody, this process included, holds a lock (flock) on the file at `path`; true also
+/// for a file that may not be opened, where it cannot be known. False where nothing is. Neither
+/// waits nor keeps a lock. Any thread.
 TALVOUTL_EXPORT bool KrIsFileLocked(const std::string& path);
 
 /// Sends what the system still holds of a file, or of a folder's list of names, to the disk (fsync)
