@@ -40,8 +40,8 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bo
         state_->deleted.clear();
         state_->unchanged.clear();
         openMode_ = mode;
-        CollectLegacyNames();
     }
+    CollectLegacyNames();
     state_->workspace.Canonicalize();
     state_->directoryName = state_->workspace.Folder();
     const std::string canonical = KrGetCanonicalPath(state_->compoundFileName.c_str());

@@ -130,7 +130,7 @@ void Workspace::Remove(const std::string& name) const {
     fs::remove(PathOf(name), ignored);
 }
 
-bool Workspace::PutEmptyFile(const std::string& name) {
+bool Workspace::PutEmptyFile(const std::string& name) const {
     const FreshFile file(*this);
     return std::ofstream(file.Path()).is_open() && file.PutInPlace(name);
 }

@@ -41,7 +41,7 @@ public:
 
     void Remove(const std::string& name) const;
     /// Puts an empty file there, in the place of any that has the name.
-    bool PutEmptyFile(const std::string& name);
+    bool PutEmptyFile(const std::string& name) const;
     /// Removes the folder and everything in it; false when some of it is left, or what is there is
     /// no folder of the user's own.
     bool RemoveAll();

@@ -131,8 +131,7 @@ void CompoundFileStreamSource::CompactCompoundFile() {
         Fail("The old file could not be closed.");
     }
     state_->compoundFileName = compoundFile_.GetCompoundFileName();
-    const fs::path file = state_->compoundFileName;
-    const fs::path copy = NameForCopy(file.parent_path());
+    const fs::path copy = NameForCopy(fs::path(state_->compoundFileName).parent_path());
     const bool hadChanges = HasChanges();
     CopyForCompaction(copy.string());
     if (Close(DiscardChanges, false) != NoError) {
@@ -140,6 +139,14 @@ void CompoundFileStreamSource::CompactCompoundFile() {
         state_->dirty = state_->dirty || hadChanges;
         Fail("The old file could not be closed.");
     }
+    PutCopyInPlace(copy.string(), hadChanges);
+    if (Open(NewWorkspace, false) != NoError) {
+        Fail("The compacted file could not be opened.");
+    }
+}
+
+void CompoundFileStreamSource::PutCopyInPlace(const std::string& copy, bool hadChanges) {
+    const fs::path file = state_->compoundFileName;
     bool oldIsGone = false;
     try {
         fs::remove(file);
@@ -149,12 +156,9 @@ void CompoundFileStreamSource::CompactCompoundFile() {
         if (!oldIsGone) {
             RemoveUnlessNeeded(copy, hadChanges);
         }
-        ReopenUncompacted(copy.string(), oldIsGone);
+        ReopenUncompacted(copy, oldIsGone);
     }
     KrSync(file.parent_path().string());
-    if (Open(NewWorkspace, false) != NoError) {
-        Fail("The compacted file could not be opened.");
-    }
 }
 
 // Files count that the application has changed without a word, too.

@@ -176,7 +176,7 @@ public:
     /// "The temporary file could not be renamed.", where the message names the copy if the source
     /// could be opened on it. Where changes were not saved and the copy was made, it is left: it
     /// may be the only place that has them. Also throws boost::filesystem::filesystem_error when
-    /// the file's folder cannot be looked at.
+    /// the file's folder or the workspace cannot be listed.
     void CompactCompoundFile();
 
     /// Copies every stream out that has no file yet. Entries that cannot be files stay where they
@@ -292,6 +292,7 @@ private:
 
     bool HasChanges() const;
     void CopyForCompaction(const std::string& copy);
+    void PutCopyInPlace(const std::string& copy, bool hadChanges);
     [[noreturn]] void ReopenUncompacted(const std::string& copy, bool oldIsGone);
 
     std::shared_ptr<State> state_;

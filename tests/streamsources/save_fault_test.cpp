@@ -139,6 +139,7 @@ TEST_P(SaveFault, DiskFullFromAnywhereOn) {
         source.reset();
         Inspect();
     }
+    RecordProperty("points", point);
     EXPECT_GT(point, 10);
 }
 
