@@ -24,6 +24,7 @@ std::string ExceptionMessage::str() const {
     return message.str(std::locale());
 }
 
+Exception::Exception() = default;
 Exception::Exception(const ExceptionMessage& message) : text_(message.str()) {}
 Exception::Exception(const Exception&) = default;
 Exception& Exception::operator=(const Exception&) = default;

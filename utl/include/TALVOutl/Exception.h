@@ -34,6 +34,8 @@ private:
 /// An error that the user should see; what() is the finished message.
 class TALVOUTL_EXPORT Exception : public std::exception {
 public:
+    /// An error without a text.
+    Exception();
     /// Finishes `message` under the global locale of this moment.
     explicit Exception(const ExceptionMessage& message);
     Exception(const Exception&);
