@@ -47,17 +47,6 @@ const Model kBefore = {{"a", Pattern(5000, 1)},
                        {"c", Pattern(20, 3)},
                        {"d", Pattern(7000, 4)}};
 
-std::string FileBefore() {
-    const auto stream = std::make_shared<std::stringstream>();
-    CompoundFile file;
-    file.Open(stream);
-    for (const auto& [name, bytes] : kBefore) {
-        Put(file, name, bytes);
-    }
-    file.Close();
-    return stream->str();
-}
-
 struct Scenario {
     const char* name;
     std::function<bool(CompoundFile&)> run;
@@ -75,9 +64,7 @@ const Scenario kScenarios[] = {
     {"replace", [](CompoundFile& file) { return Put(file, "a", Pattern(9000, 5)); }, "a"},
     {"extend",
      [](CompoundFile& file) {
-         const auto stream = file.GetIOStream("b", "r+b");
-         return stream != nullptr &&
-                stream->seekp(0, std::ios::end).write(Pattern(3000, 5).data(), 3000).flush();
+         return WriteTo(file.GetIOStream("b", "r+b"), Pattern(3000, 5), std::ios::end);
      },
      "b"},
     {"remove",
@@ -101,7 +88,7 @@ void PrintTo(const Scenario& scenario, std::ostream* out) {
 class Fault : public testing::TestWithParam<Scenario> {};
 
 TEST_P(Fault, AtEveryOperationEndsInAStatus) {
-    const std::string before = FileBefore();
+    const std::string before = FileOf(kBefore);
     for (const bool throws : {false, true}) {
         bool passed = false;
         for (int n = 0; !passed; ++n) {
@@ -116,7 +103,8 @@ TEST_P(Fault, AtEveryOperationEndsInAStatus) {
             } else {
                 EXPECT_TRUE(done && file.GetStatus() == KrStreamE::Ok) << n;
             }
-            file.Close();
+            const KrStreamE::Status status = file.GetStatus();
+            EXPECT_EQ(file.Close(), status) << n;
             passed = !buffer.HasFailed();
 
             // What was not touched is there, however much of the rest arrived.
@@ -127,7 +115,7 @@ TEST_P(Fault, AtEveryOperationEndsInAStatus) {
                       KrStreamE::Ok)
                 << n;
             for (const auto& [name, bytes] : kBefore) {
-                if (std::string(GetParam().touched).find(name) == std::string::npos) {
+                if (GetParam().touched.find(name) == std::string::npos) {
                     EXPECT_TRUE(Get(again, name) == bytes) << n << name;
                 }
             }

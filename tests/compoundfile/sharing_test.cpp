@@ -1,7 +1,4 @@
-#include "tests/support/Entries.h"
-#include "tests/support/TempFolder.h"
-
-#include <gtest/gtest.h>
+#include "FileTest.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -24,20 +21,18 @@ int InChild(const std::function<int()>& action) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-class Sharing : public testing::Test {
+class Sharing : public FileTest {
 protected:
     int OpenInChild(KrStreamE::OpenMode mode) const {
         // Another spelling of the path, so that the child does not find the engine it inherited.
         const std::string link = folder_ / "link";
-        return InChild([&] {
+        const int status = InChild([&] {
             CompoundFile file;
             return ::link(path_.c_str(), link.c_str()) == 0 ? file.Open(link.c_str(), mode) : 99;
         });
+        ::unlink(link.c_str());
+        return status;
     }
-    void TearDown() override { ::unlink((folder_ / "link").c_str()); }
-
-    TempFolder folder_;
-    const std::string path_ = folder_ / "file";
 };
 
 TEST_F(Sharing, AnotherProgramMayOnlyReadBesideReaders) {
@@ -46,52 +41,44 @@ TEST_F(Sharing, AnotherProgramMayOnlyReadBesideReaders) {
     for (const auto& [mine, theirs, expected] :
          {std::tuple(ro, ro, KrStreamE::Ok), std::tuple(ro, rw, KrStreamE::NotOpen),
           std::tuple(rw, ro, KrStreamE::NotOpen), std::tuple(rw, rw, KrStreamE::NotOpen)}) {
-        CompoundFile file;
-        ASSERT_EQ(file.Open(path_.c_str(), mine), KrStreamE::Ok);
+        Open(mine);
         EXPECT_EQ(OpenInChild(theirs), expected) << mine << theirs;
-        TearDown();
         if (mine == rw) {
-            EXPECT_TRUE(Put(file, "e", "undisturbed"));
+            EXPECT_TRUE(Put(file_, "e", "undisturbed"));
         }
     }
+    file_.Close();
     EXPECT_TRUE(GetAll(path_) == (Model{{"e", "undisturbed"}}));
 }
 
 TEST_F(Sharing, OnlyRegularFilesAreOpened) {
     const std::string pipe = folder_ / "pipe";
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-    CompoundFile file;
     for (const std::string& path : {pipe, folder_ / "", std::string("/dev/null")}) {
-        EXPECT_EQ(file.Open(path.c_str(), KrStreamE::ReadOnly), KrStreamE::NotOpen) << path;
-        EXPECT_EQ(file.Open(path.c_str(), KrStreamE::ReadWrite), KrStreamE::NotOpen) << path;
+        EXPECT_EQ(file_.Open(path.c_str(), KrStreamE::ReadOnly), KrStreamE::NotOpen) << path;
+        EXPECT_EQ(file_.Open(path.c_str(), KrStreamE::ReadWrite), KrStreamE::NotOpen) << path;
     }
-    EXPECT_EQ(file.Open(static_cast<const char*>(nullptr), KrStreamE::ReadOnly),
+    EXPECT_EQ(file_.Open(static_cast<const char*>(nullptr), KrStreamE::ReadOnly),
               KrStreamE::NotOpen);
 }
 
 TEST_F(Sharing, MissingFileIsMadePrivate) {
     for (const auto mode : {KrStreamE::ReadOnly, KrStreamE::ReadWrite}) {
-        CompoundFile file;
-        EXPECT_EQ(file.Open(path_.c_str(), mode), KrStreamE::Ok);
+        unlink(path_.c_str());
+        EXPECT_EQ(file_.Open(path_.c_str(), mode), KrStreamE::Ok);
         struct stat status {};
         ASSERT_EQ(stat(path_.c_str(), &status), 0);
         EXPECT_EQ(status.st_mode & 0777U, 0600U);
         EXPECT_EQ(status.st_size, 0);
-        file.Close();
-        unlink(path_.c_str());
+        file_.Close();
     }
 }
 
 // A program that dies while it writes may lose what it wrote, never what was there.
 TEST_F(Sharing, KilledWriterLeavesTheRestWhole) {
     const Model before = {{"a", Pattern(5000, 1)}, {"b", Pattern(100, 2)}};
-    {
-        CompoundFile file;
-        ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
-        for (const auto& [name, bytes] : before) {
-            Put(file, name, bytes);
-        }
-    }
+    OpenWith(FileOf(before));
+    file_.Close();
     for (int steps = 1; steps < 12; ++steps) {
         const int killed = InChild([&] {
             CompoundFile file;
@@ -114,11 +101,10 @@ TEST_F(Sharing, KilledWriterLeavesTheRestWhole) {
         EXPECT_TRUE(after["b"] == before.at("b")) << steps;
     }
     // Nothing is left that could not be changed.
-    CompoundFile file;
-    ASSERT_EQ(file.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
+    Open();
     for (const auto& entry : GetAll(path_)) {
-        EXPECT_TRUE(Put(file, entry.first, "replaced")) << entry.first;
-        EXPECT_TRUE(file.DeleteCFFile(entry.first.c_str())) << entry.first;
+        EXPECT_TRUE(Put(file_, entry.first, "replaced")) << entry.first;
+        EXPECT_TRUE(file_.DeleteCFFile(entry.first.c_str())) << entry.first;
     }
 }
 

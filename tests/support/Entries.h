@@ -21,11 +21,30 @@ inline std::string Pattern(std::size_t size, unsigned seed) {
     return bytes;
 }
 
-/// Creates or replaces an entry; whether everything went well as far as a stream can tell.
+/// Writes to an entry's stream; whether everything went well as far as the stream can tell.
+inline bool WriteTo(const std::unique_ptr<std::iostream>& stream, const std::string& bytes,
+                    std::ios::seekdir from = std::ios::beg) {
+    return stream != nullptr && stream->seekp(0, from)
+                                    .write(bytes.data(), static_cast<std::streamsize>(bytes.size()))
+                                    .flush()
+                                    .good();
+}
+
+/// Creates or replaces an entry.
 inline bool Put(CompoundFile& file, const std::string& name, const std::string& bytes) {
-    const auto stream = file.GetIOStream(name.c_str(), "wb");
-    return stream != nullptr &&
-           stream->write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush().good();
+    return WriteTo(file.GetIOStream(name.c_str(), "wb"), bytes);
+}
+
+/// The bytes of a file that was made with these entries, in the order of their names.
+inline std::string FileOf(const Model& entries) {
+    const auto stream = std::make_shared<std::stringstream>();
+    CompoundFile file;
+    file.Open(stream);
+    for (const auto& [name, bytes] : entries) {
+        Put(file, name, bytes);
+    }
+    file.Close();
+    return stream->str();
 }
 
 /// A whole entry; none when it is missing or cannot be read to its end.

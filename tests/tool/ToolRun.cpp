@@ -1,12 +1,12 @@
 #include "ToolRun.h"
 
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
 
 #include <fcntl.h>
 #include <pty.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +23,14 @@ std::vector<char*> ArgumentVector(const std::vector<std::string>& arguments) {
     return vector;
 }
 
+/// Makes a child process the tool.
+[[noreturn]] void Become(const std::string& folder, const std::vector<char*>& arguments) {
+    if (chdir(folder.c_str()) == 0) {
+        execv(KRSTREAM_TOOL, arguments.data());
+    }
+    _exit(127);
+}
+
 } // namespace
 
 ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::string& input,
@@ -32,24 +40,15 @@ ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::s
     const std::string err = streams_ / "err";
     ::WriteFile(in, input);
 
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    const int create = O_WRONLY | O_CREAT | O_TRUNC;
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, out.c_str(), create, 0600);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, err.c_str(), create, 0600);
-    posix_spawn_file_actions_addchdir_np(&actions, Path(".").c_str());
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
-
-    pid_t process = 0;
-    const int error = posix_spawn(&process, KRSTREAM_TOOL, &actions, &attributes,
-                                  ArgumentVector(arguments).data(), environ);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        throw std::runtime_error("the tool does not start");
+    const std::vector<char*> vector = ArgumentVector(arguments);
+    const pid_t process = fork();
+    if (process == 0) {
+        if (setsid() == -1 || freopen(in.c_str(), "r", stdin) == nullptr ||
+            freopen(out.c_str(), "w", stdout) == nullptr ||
+            freopen(err.c_str(), "w", stderr) == nullptr) {
+            _exit(127);
+        }
+        Become(Path("."), vector);
     }
     int status = 0;
     waitpid(process, &status, 0);
@@ -67,10 +66,7 @@ ToolTest::TerminalRun ToolTest::Start(const std::vector<std::string>& arguments)
     run.process = forkpty(&run.terminal, nullptr, nullptr, nullptr);
     if (run.process == 0) {
         dup2(input[0], STDIN_FILENO);
-        if (chdir(Path(".").c_str()) == 0) {
-            execv(KRSTREAM_TOOL, vector.data());
-        }
-        _exit(127);
+        Become(Path("."), vector);
     }
     close(input[0]);
     return run;

@@ -1,7 +1,5 @@
 #include "ToolRun.h"
 
-#include <TALVOkrstream/CompoundFile.h>
-
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,13 +7,13 @@
 
 namespace {
 
-void MakeEntries(const std::string& path, const std::vector<std::string>& names) {
-    CompoundFile file;
-    ASSERT_EQ(file.Open(path.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
+/// The bytes of a file with entries of these names.
+std::string FileOfNames(const std::vector<std::string>& names) {
+    Model entries;
     for (const std::string& name : names) {
-        *file.GetIOStream(name.c_str(), "wb") << "from " << name;
+        entries[name] = "from " + name;
     }
-    ASSERT_EQ(file.Close(), KrStreamE::Ok);
+    return FileOf(entries);
 }
 
 } // namespace
@@ -25,9 +23,8 @@ TEST_F(ToolTest, NothingIsExtractedOutsideTheFolder) {
         Path("abs"), "../up", "sub/../../up", "..",      ".",           "sub/./dot",
         "sub//x",    "sub/",  "link/in",      "file/in", "esc\x1b[2J/", "sub/link2/a/b"};
     std::vector<std::string> names = refused;
-    names.insert(names.begin(), "sub/good");
-    names.emplace_back("sub/deep/good");
-    MakeEntries(Path("f.kr"), names);
+    names.insert(names.end(), {"sub/good", "sub/deep/good"});
+    WriteFile("f.kr", FileOfNames(names));
     WriteFile("outside/in", "mine");
     WriteFile("out/file", "mine");
     WriteFile("out/sub/mine", "mine");
@@ -48,7 +45,7 @@ TEST_F(ToolTest, NothingIsExtractedOutsideTheFolder) {
 }
 
 TEST_F(ToolTest, FilesThatAreThereAreReplacedOnlyWhenAskedFor) {
-    MakeEntries(Path("f.kr"), {"file", "link", "folder", "busy"});
+    WriteFile("f.kr", FileOfNames({"file", "link", "folder", "busy"}));
     WriteFile("out/file", "mine");
     WriteFile("out/busy", "mine");
     WriteFile("out/folder/x", "mine");

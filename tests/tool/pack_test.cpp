@@ -128,14 +128,13 @@ TEST_F(ToolTest, ReplacingKeepsPermissionsAndLinks) {
 }
 
 TEST_F(ToolTest, OutputThatCannotBeWrittenIsAFailure) {
-    WriteFile("a", "a");
-    ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
-    for (const std::vector<std::string>& arguments :
-         std::vector<std::vector<std::string>>{{"list", "f.kr"},
-                                               {"info", "f.kr", "--json"},
-                                               {"compact", "f.kr"},
-                                               {"cat", "f.kr", "a"},
-                                               {"--help"}}) {
+    WriteFile("f.kr", FileOf({{"a", "a"}}));
+    const std::vector<std::vector<std::string>> commands = {{"list", "f.kr"},
+                                                            {"info", "f.kr", "--json"},
+                                                            {"compact", "f.kr"},
+                                                            {"cat", "f.kr", "a"},
+                                                            {"--help"}};
+    for (const auto& arguments : commands) {
         const ToolResult full = Run(arguments, "", "/dev/full");
         EXPECT_EQ(full.status, 2) << arguments.front();
         EXPECT_NE(full.err.find("standard output"), std::string::npos) << arguments.front();

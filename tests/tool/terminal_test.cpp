@@ -15,8 +15,7 @@ void Type(int fd, const std::string& text) {
 } // namespace
 
 TEST_F(ToolTest, PasswordsAreAskedForWithoutEcho) {
-    WriteFile("a", "content");
-    ASSERT_EQ(Run({"create", "f.kr", "a"}).status, 0);
+    WriteFile("f.kr", FileOf({{"a", "content"}}));
     const auto ask = [this](const std::vector<std::string>& arguments,
                             const std::vector<std::string>& answers, std::string& shown) {
         const TerminalRun run = Start(arguments);
@@ -43,7 +42,7 @@ TEST_F(ToolTest, PasswordsAreAskedForWithoutEcho) {
 }
 
 TEST_F(ToolTest, LongWorkShowsItsProgress) {
-    ASSERT_EQ(Run({"create", "f.kr", "."}).status, 0);
+    WriteFile("f.kr", "");
     const TerminalRun run = Start({"add", "f.kr", "-", "--name", "slow"});
     // The work goes on until something is shown of it.
     pollfd terminal{run.terminal, POLLIN, 0};
