@@ -14,15 +14,7 @@ using Source = CompoundFileStreamSource;
 /// A project of a few streams, and a source for it that works in a folder beside.
 class Project : public testing::Test {
 protected:
-    Project() { Make(kStreams); }
-
-    void Make(const Model& streams) const {
-        CompoundFile file;
-        file.Open(path_.c_str(), KrStreamE::ReadWrite);
-        for (const auto& [name, bytes] : streams) {
-            Put(file, name, bytes);
-        }
-    }
+    Project() { WriteFile(path_, FileOf(kStreams)); }
 
     void Open(Source::OpenMode mode = Source::NewWorkspace) {
         ASSERT_EQ(source_.Open(mode, false), Source::NoError);

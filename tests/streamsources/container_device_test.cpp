@@ -1,6 +1,5 @@
 #include <TALVOkrstream/KrStreamSource.h>
 
-#include <boost/iostreams/stream.hpp>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -66,16 +65,6 @@ TEST(ContainerDevice, WritesOverWhatThereIsAndAppendsTheRest) {
     EXPECT_EQ(copy.read(bytes, 0), -1);
     EXPECT_EQ(copy.read(bytes, 20), 13) << "a copy has a position of its own";
     EXPECT_EQ(std::string(bytes, 13), "01234567abcde");
-}
-
-TEST(ContainerDevice, MakesAStream) {
-    std::vector<char> content;
-    boost::iostreams::stream<Device> stream{Device(content)};
-    stream << "some text";
-    stream.seekp(5) << "T";
-    std::string text;
-    std::getline(stream.seekg(0), text);
-    EXPECT_EQ(text, "some Text");
 }
 
 } // namespace

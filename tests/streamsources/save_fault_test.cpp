@@ -154,7 +154,7 @@ TEST_F(SaveCost, IsThatOfTheStreamsThatChanged) {
     for (unsigned i = 0; i < 200; ++i) {
         streams["stream" + std::to_string(i)] = Pattern(kSize, i);
     }
-    Make(streams);
+    WriteFile(path_, FileOf(streams));
     Open();
     ASSERT_TRUE(Read(source_, "stream7"));
     ASSERT_TRUE(Write(source_, "stream100", Pattern(kSize, 999)));

@@ -130,7 +130,7 @@ TEST_F(Workspace, ReadersKeepWhatTheyOpenedWhileTheStreamIsReplaced) {
 TEST_F(Workspace, NamesThatCannotBeFilesStayInTheCompoundFile) {
     const std::string longName(256, 'n');
     const Model others = {{"x/y", "1"}, {"../up", "2"}, {".", "3"}, {"..", "4"}, {longName, "5"}};
-    Make(others);
+    WriteFile(path_, FileOf(With(others)));
     Open();
     for (const auto& [name, bytes] : others) {
         EXPECT_EQ(Read(source_, name), bytes);

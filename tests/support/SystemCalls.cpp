@@ -126,10 +126,10 @@ ssize_t writev(int fd, const iovec* pieces, int number) {
     ssize_t sum = 0;
     for (int i = 0; i < number; ++i) {
         const ssize_t done = Write(fd, pieces[i].iov_base, pieces[i].iov_len, SYS_write, 0);
-        sum += done > 0 ? done : 0;
-        if (done < static_cast<ssize_t>(pieces[i].iov_len)) {
-            return sum > 0 ? sum : done;
+        if (done < 0) {
+            return done;
         }
+        sum += done;
     }
     return sum;
 }

@@ -5,10 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = boost::filesystem;
 
@@ -35,19 +32,8 @@ TEST(Files, PrivateFoldersAreTheUsersAlone) {
     }
 }
 
-TEST(Files, LocksShow) {
+TEST(Files, SyncingTellsWhatIsNotThere) {
     const TempFolder folder;
-    const std::string path = folder / "file";
-    EXPECT_FALSE(KrIsFileLocked(path));
-    WriteFile(path, "");
-    for (const int kind : {LOCK_SH, LOCK_EX}) {
-        const int fd = open(path.c_str(), O_RDWR);
-        ASSERT_EQ(flock(fd, kind | LOCK_NB), 0);
-        EXPECT_TRUE(KrIsFileLocked(path));
-        close(fd);
-        EXPECT_FALSE(KrIsFileLocked(path));
-    }
-    EXPECT_TRUE(KrSync(path));
     EXPECT_TRUE(KrSync(folder / ""));
     EXPECT_FALSE(KrSync(folder / "none"));
 }
