@@ -14,7 +14,8 @@ namespace {
 /// Whether the stream stands at `position` in the end.
 bool MoveTo(std::uint64_t position, std::istream& is) {
     const auto target = static_cast<std::streamoff>(position);
-    return std::streamoff(is.tellg()) == target || !is.seekg(target).fail();
+    // Seeking also wakes a stream that has been read to its end.
+    return (is.good() && std::streamoff(is.tellg()) == target) || !is.seekg(target).fail();
 }
 
 } // namespace

@@ -46,21 +46,33 @@ bool KStreamBase::KStreamableRead(std::istream& /*is*/) {
     return true;
 }
 
+namespace {
+
+/// A pass of its own for an object, ended even by an exception.
+class Pass {
+public:
+    explicit Pass(const KStreamBase& object) : object_(object) { object_.KStreamableReset(); }
+    ~Pass() { object_.KStreamableReset(); }
+    Pass(const Pass&) = delete;
+    Pass& operator=(const Pass&) = delete;
+
+private:
+    const KStreamBase& object_;
+};
+
+} // namespace
+
 std::ostream& operator<<(std::ostream& os, const KStreamBase& object) {
-    object.KStreamableReset();
-    const bool written = object.KStreamableStartWrite(os);
-    object.KStreamableReset();
-    if (!written) {
+    const Pass pass(object);
+    if (!object.KStreamableStartWrite(os)) {
         os.setstate(std::ios_base::failbit);
     }
     return os;
 }
 
 std::istream& operator>>(std::istream& is, KStreamBase& object) {
-    object.KStreamableReset();
-    const bool read = object.KStreamableStartRead(is);
-    object.KStreamableReset();
-    if (!read) {
+    const Pass pass(object);
+    if (!object.KStreamableStartRead(is)) {
         is.setstate(std::ios_base::failbit);
     }
     return is;

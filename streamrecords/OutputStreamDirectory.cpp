@@ -23,7 +23,7 @@ void SeekTo(std::uint64_t position, std::ostream& os) {
 
 OutputStreamDirectory::OutputStreamDirectory(std::ostream& os, unsigned short slots)
     : stream_(&os), capacity_(slots <= kMaxSlots ? slots : std::uint16_t{0}) {
-    if (slots > kMaxSlots) {
+    if (slots > kMaxSlots || !os.good()) {
         os.setstate(std::ios_base::failbit);
     }
     WriteBytes(kMagic.data(), kMagic.size(), os);
@@ -65,7 +65,9 @@ void OutputStreamDirectory::Close() {
         return;
     }
     closed_ = true;
-    if (stream_->fail()) {
+    if (!stream_->good()) {
+        // Of a stream at its end, too, nobody would learn that the directory is missing.
+        stream_->setstate(std::ios_base::failbit);
         return;
     }
     const std::uint64_t end = PositionOf(*stream_);

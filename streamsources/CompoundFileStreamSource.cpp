@@ -32,9 +32,9 @@ CompoundFileStreamSource::~CompoundFileStreamSource() = default;
 CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bool readOnly) {
     const StreamSourceLock lock;
     readOnly_ = readOnly;
+    compoundFile_.Close();
     state_->workspace.SetFolder(state_->directoryName);
     const Error error = Bind(mode);
-    state_->bound = error == NoError;
     if (error == NoError) {
         state_->dirty = false;
         state_->deleted.clear();
@@ -44,6 +44,9 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bo
     CollectLegacyNames();
     state_->workspace.Canonicalize();
     state_->directoryName = state_->workspace.Folder();
+    if (error != NoError) {
+        state_->workspace.SetFolder("");
+    }
     const std::string canonical = KrGetCanonicalPath(state_->compoundFileName.c_str());
     if (!canonical.empty()) {
         state_->compoundFileName = canonical;
@@ -54,7 +57,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bo
 CompoundFileStreamSource::Error CompoundFileStreamSource::Bind(OpenMode mode) {
     const bool hidesFile = state_->workspace.Contains(state_->compoundFileName);
     if (hidesFile ||
-        (mode == NewWorkspace && state_->workspace.Open(true) != Workspace::Opened::Done)) {
+        (mode == NewWorkspace && state_->workspace.Make() != Workspace::Opened::Done)) {
         return FileSystemError;
     }
     if (compoundFile_.Open(state_->compoundFileName.c_str(),
@@ -62,7 +65,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Bind(OpenMode mode) {
         KrStreamE::Ok) {
         return CouldNotOpenCompoundFile;
     }
-    switch (state_->workspace.Open(false)) {
+    switch (state_->workspace.Open()) {
     case Workspace::Opened::Done:
         return NoError;
     case Workspace::Opened::Missing:
@@ -147,9 +150,6 @@ std::optional<std::string> CompoundFileStreamSource::FindFile(const std::string&
 void CompoundFileStreamSource::SetDirectoryName(const char* directoryName) {
     const StreamSourceLock lock;
     state_->directoryName = TextOf(directoryName);
-    if (!state_->bound) {
-        state_->workspace.SetFolder(state_->directoryName);
-    }
 }
 
 void CompoundFileStreamSource::SetCompoundFileName(const char* compoundFileName) {

@@ -1,5 +1,7 @@
 #include "streamsources/LazyWriteFileStream.h"
 
+#include <TALVOutl/Files.h>
+
 #include <boost/iostreams/device/mapped_file.hpp>
 #include <boost/iostreams/stream.hpp>
 
@@ -17,7 +19,8 @@ LazyWriteFileStream::~LazyWriteFileStream() {
     if (buffer_.is_open() && buffer_.close() == nullptr) {
         setstate(std::ios_base::failbit);
     }
-    if (!buffer_.Patches().empty()) {
+    // What has taken the file's place meanwhile is not the stream's to change.
+    if (!buffer_.Patches().empty() && file_ && file_ == KrFileIdentity(path_)) {
         try {
             ApplyPatches();
         } catch (...) {
@@ -31,6 +34,7 @@ void LazyWriteFileStream::open(const std::string& path, std::ios_base::openmode 
     path_ = path;
     mode_ = mode;
     if (buffer_.open(path, mode | std::ios_base::out) != nullptr) {
+        file_ = KrFileIdentity(path);
         clear();
     } else {
         setstate(std::ios_base::failbit);

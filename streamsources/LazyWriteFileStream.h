@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstdint>
 #include <fstream>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// A file buffer that can be told of changes to bytes written before. They are not made there and
@@ -30,7 +33,7 @@ private:
 class LazyWriteFileStream : public std::basic_ostream<char> {
 public:
     LazyWriteFileStream();
-    /// Closes the file, then applies the patches.
+    /// Closes the file, then applies the patches, if it is still at its path.
     ~LazyWriteFileStream() override;
     LazyWriteFileStream(const LazyWriteFileStream&) = delete;
     LazyWriteFileStream& operator=(const LazyWriteFileStream&) = delete;
@@ -43,5 +46,6 @@ private:
 
     std::string path_;
     std::ios_base::openmode mode_{};
+    std::optional<std::pair<std::uint64_t, std::uint64_t>> file_;
     LazyWriteFileBuffer buffer_;
 };

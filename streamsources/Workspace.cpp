@@ -42,13 +42,17 @@ void Workspace::SetFolder(const std::string& folder) {
     index_.reset();
 }
 
-Workspace::Opened Workspace::Open(bool make) const {
+Workspace::Opened Workspace::Make() const {
     const KrFolderKind kind = KrProbeFolder(folder_);
-    if (kind == KrFolderKind::Missing && !make) {
-        return Opened::Missing;
-    }
+    const bool isThere =
+        kind == KrFolderKind::Missing ? KrMakePrivateFolder(folder_) : kind == KrFolderKind::Own;
+    return isThere ? Opened::Done : Opened::Failed;
+}
+
+Workspace::Opened Workspace::Open() const {
+    const KrFolderKind kind = KrProbeFolder(folder_);
     if (kind == KrFolderKind::Missing) {
-        return KrMakePrivateFolder(folder_) ? Opened::Done : Opened::Failed;
+        return Opened::Missing;
     }
     boost::system::error_code error;
     if (kind == KrFolderKind::Own) {
@@ -125,9 +129,9 @@ std::uint64_t Workspace::SizeOf(const std::string& name) const {
     return error ? 0 : size;
 }
 
-void Workspace::Remove(const std::string& name) const {
-    boost::system::error_code ignored;
-    fs::remove(PathOf(name), ignored);
+bool Workspace::Remove(const std::string& name) const {
+    boost::system::error_code error;
+    return fs::remove(PathOf(name), error);
 }
 
 bool Workspace::PutEmptyFile(const std::string& name) const {

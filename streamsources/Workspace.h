@@ -18,9 +18,10 @@ public:
     const std::string& Folder() const { return folder_; }
     void SetFolder(const std::string& folder);
     enum class Opened { Done, Missing, Failed };
-    /// Sees to it that the folder is there, a folder of the user's own, closed to everybody else.
-    /// `make` makes a missing one.
-    Opened Open(bool make) const;
+    /// Makes the folder if it is missing.
+    Opened Make() const;
+    /// Sees to it that the folder is one of the user's own, closed to everybody else.
+    Opened Open() const;
     /// Makes the name canonical, with a separator at its end. A link at its end stays one.
     void Canonicalize();
 
@@ -39,7 +40,7 @@ public:
     /// Bytes in a file; 0 when it cannot be measured.
     std::uint64_t SizeOf(const std::string& name) const;
 
-    void Remove(const std::string& name) const;
+    bool Remove(const std::string& name) const;
     /// Puts an empty file there, in the place of any that has the name.
     bool PutEmptyFile(const std::string& name) const;
     /// Removes the folder and everything in it; false when some of it is left, or what is there is

@@ -97,7 +97,7 @@ void RemoveUnlessNeeded(const fs::path& copy, bool hasUnsavedChanges) {
 
 std::uint64_t CompoundFileStreamSource::GetUnUsedFileSpace() const {
     const StreamSourceLock lock;
-    if (compoundFile_.GetStatus() != KrStreamE::Ok || compoundFile_.IsReadOnly()) {
+    if (!CanBeCompacted()) {
         return 0;
     }
     SpaceEstimate estimate(compoundFile_);
@@ -118,9 +118,14 @@ std::uint64_t CompoundFileStreamSource::GetUnUsedFileSpace() const {
                : size - static_cast<std::uint64_t>(needed);
 }
 
+bool CompoundFileStreamSource::CanBeCompacted() const {
+    return state_->IsBound() && !readOnly_ && !compoundFile_.IsReadOnly() &&
+           compoundFile_.GetStatus() == KrStreamE::Ok;
+}
+
 void CompoundFileStreamSource::CompactCompoundFile() {
     const StreamSourceLock lock;
-    if (compoundFile_.GetStatus() != KrStreamE::Ok || compoundFile_.IsReadOnly() || readOnly_) {
+    if (!CanBeCompacted()) {
         return;
     }
     if (compoundFile_.IsShared()) {
@@ -130,7 +135,9 @@ void CompoundFileStreamSource::CompactCompoundFile() {
     if (!state_->workspace.IsRemovable()) {
         Fail("The old file could not be closed.");
     }
+    // It goes on with what is open, whatever names have been set for a later Open.
     state_->compoundFileName = compoundFile_.GetCompoundFileName();
+    state_->directoryName = state_->workspace.Folder();
     const fs::path copy = NameForCopy(fs::path(state_->compoundFileName).parent_path());
     const bool hadChanges = HasChanges();
     CopyForCompaction(copy.string());

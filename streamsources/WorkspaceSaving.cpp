@@ -63,7 +63,8 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(Compou
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(bool full) {
     const StreamSourceLock lock;
-    if (readOnly_ || compoundFile_.IsReadOnly() || compoundFile_.GetStatus() != KrStreamE::Ok) {
+    if (!state_->IsBound() || readOnly_ || compoundFile_.IsReadOnly() ||
+        compoundFile_.GetStatus() != KrStreamE::Ok) {
         return CouldNotOpenCompoundFile;
     }
     const NameSet files = state_->workspace.Files();
@@ -135,7 +136,8 @@ bool CompoundFileStreamSource::HaveTwins(const NameSet& names) const {
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAs(const char* path) {
     const StreamSourceLock lock;
-    if (path == nullptr || *path == '\0' || compoundFile_.GetStatus() != KrStreamE::Ok) {
+    if (path == nullptr || *path == '\0' || !state_->IsBound() ||
+        compoundFile_.GetStatus() != KrStreamE::Ok) {
         return CouldNotOpenCompoundFile;
     }
     if (compoundFile_.NeedsPassword()) {
@@ -194,10 +196,10 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Close(CloseMode mode, 
         }
     }
     // A folder that was refused, or that another source has, is not this one's to remove.
-    if (state_->bound && !DeleteDirectory()) {
+    if (state_->IsBound() && !DeleteDirectory()) {
         return CouldNotDeleteTempDir;
     }
-    state_->bound = false;
+    state_->workspace.SetFolder("");
     state_->dirty = false;
     state_->deleted.clear();
     state_->unchanged.clear();
@@ -208,7 +210,9 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Close(CloseMode mode, 
 
 bool CompoundFileStreamSource::DeleteDirectory() {
     const StreamSourceLock lock;
-    const bool removed = state_->workspace.RemoveAll();
+    Workspace named(state_->directoryName);
+    Workspace& workspace = state_->IsBound() ? state_->workspace : named;
+    const bool removed = !workspace.Contains(state_->compoundFileName) && workspace.RemoveAll();
     if (!removed) {
         GetOStream(kFailedDeletionMarker);
     }

@@ -19,7 +19,10 @@ using StreamSet = std::set<std::string, StreamOrder>;
 /// What the copies of a source share.
 struct CompoundFileStreamSource::State {
     State(std::string file, std::string folder)
-        : compoundFileName(std::move(file)), directoryName(folder), workspace(std::move(folder)) {}
+        : compoundFileName(std::move(file)), directoryName(std::move(folder)) {}
+
+    /// The workspace belongs to the source: Open succeeded, and Close has not yet.
+    bool IsBound() const { return !workspace.Folder().empty(); }
 
     void MarkUnchanged(const std::string& stream) {
         unchanged.erase(stream);
@@ -27,11 +30,10 @@ struct CompoundFileStreamSource::State {
     }
 
     std::string compoundFileName;
-    /// For the next Open; the workspace's own folder until then.
     std::string directoryName;
-    Workspace workspace;
-    /// The workspace belongs to the source: Open succeeded, and Close has not yet.
-    bool bound = false;
+    /// Without a folder, and so without files, unless it is bound: what else the directory's name
+    /// leads to is not the source's.
+    Workspace workspace{std::string()};
     /// The workspace differs from the compound file. Atomic, since it is asked without the lock.
     std::atomic<bool> dirty{false};
     /// Entries of a file of format version 1 whose names are not the same in UTF-8.

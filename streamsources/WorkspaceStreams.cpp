@@ -44,7 +44,7 @@ std::unique_ptr<std::istream> OpenForReading(const std::string& path) {
 
 bool CompoundFileStreamSource::StreamExists(const char* name) const {
     const StreamSourceLock lock;
-    if (!IsSet(name) || state_->workspace.Folder().size() + std::strlen(name) >= kPathLimit) {
+    if (!IsSet(name) || state_->directoryName.size() + std::strlen(name) >= kPathLimit) {
         return false;
     }
     const std::string stream = StreamOf(name);
@@ -170,12 +170,15 @@ void CompoundFileStreamSource::DeleteSource(const char* name) {
         return;
     }
     const std::string stream = StreamOf(name);
-    if (const std::optional<std::string> file = FindFile(stream)) {
-        state_->workspace.Remove(*file);
-    }
-    // A file that comes to be there later is another one.
-    state_->unchanged.erase(stream);
+    const std::optional<std::string> file = FindFile(stream);
     state_->temporary.erase(stream);
+    if (file && !state_->workspace.Remove(*file)) {
+        // What cannot be removed is not to come back by the next save.
+        state_->MarkUnchanged(StreamOf(*file));
+    } else {
+        // A file that comes to be there later is another one.
+        state_->unchanged.erase(stream);
+    }
     state_->deleted.insert(stream);
     state_->dirty = true;
 }

@@ -43,6 +43,14 @@ KrFolderKind KrProbeFolder(const std::string& path) {
                                                                  : KrFolderKind::Other;
 }
 
+std::optional<std::pair<std::uint64_t, std::uint64_t>> KrFileIdentity(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return std::nullopt;
+    }
+    return std::pair<std::uint64_t, std::uint64_t>(status.st_dev, status.st_ino);
+}
+
 bool KrMakePrivateFolder(const std::string& path) {
     return mkdir(path.c_str(), S_IRWXU) == 0;
 }

@@ -52,6 +52,10 @@
 ///
 /// **Files in use** by an open compound file, in this program or another, are never replaced.
 ///
+/// **One folder, one source.** Two sources, in one process or in two, must not work in one folder
+/// at the same time, which nothing prevents where both only read the compound file or share it in
+/// one process: what one of them closes is gone for the other.
+///
 /// **Copies** of a source share the workspace, its state (Open makes all of them clean), and the
 /// handle's one reference (see CompundFileBase); only whether they are read only, and the open
 /// mode, are each copy's own.
@@ -103,16 +107,18 @@ public:
     /// Neither saves nor removes the workspace; lets go of the compound file.
     ~CompoundFileStreamSource() override;
 
-    /// Opens the compound file, which is created when it is missing (read only, too), and the
-    /// workspace; one that is open is let go first. Nothing is copied out yet, and files that the
+    /// Lets go of what is open, unsaved changes staying in their workspace, then opens the compound
+    /// file, which is created when it is missing (read only, too), and the
+    /// workspace. Nothing is copied out yet, and files that the
     /// workspace holds stay. Afterwards the source is clean, and
     /// both names are canonical, the folder's with a separator at its end; after a failure too.
     ///
     /// CouldNotOpenCompoundFile, where a folder just made stays; TempDirDoesNotExist
     /// (ExistingWorkspace only; the compound file stays open, and may be opened again);
     /// FileSystemError when the folder cannot be made, its parent being missing, say,
-    /// is not a folder of the user's own, or holds the compound file itself. Costs what
-    /// CompoundFile::Open costs.
+    /// is not a folder of the user's own, or holds the compound file itself. A source that could
+    /// not be opened has no files, and touches none. Temporary names outlast a further Open, until
+    /// Close. Costs what CompoundFile::Open costs.
     Error Open(OpenMode mode, bool readOnly);
 
     /// Saves the workspace as CopyToBlockFile(full) does, if `mode` is SaveChanges and the source
@@ -150,11 +156,11 @@ public:
     ///
     /// With everything as it was: CouldNotOpenCompoundFile for a closed or failed source;
     /// CompoundFileCorrupt while the password is missing; FileSystemError when `path` is in use (by
-    /// this process, also in another letter case), is no regular file or leads into the workspace,
-    /// when the old file cannot be removed, or when two files differ only in case.
-    /// CouldNotOpenCompoundFile when the new file cannot be made; CompoundFileCorrupt when a stream
-    /// cannot be had or cannot be written, FileSystemError when reading its file fails: what was
-    /// written so far then stays at `path`.
+    /// this process, also in another letter case), may not be read, is no regular file or leads
+    /// into the workspace, when the old file cannot be removed, or when two files differ only in
+    /// case. CouldNotOpenCompoundFile when the new file cannot be made; CompoundFileCorrupt when a
+    /// stream cannot be had or cannot be written, FileSystemError when reading its file fails: what
+    /// was written so far then stays at `path`.
     Error SaveAs(const char* path);
 
     /// The bytes that compaction would free after the next save, an estimate; 0 for none, and for a
@@ -186,7 +192,8 @@ public:
     /// format version 1 is no text of its code page.
     bool ExtractAllFiles() const;
 
-    /// Removes the workspace folder, if it is one of the user's own, and everything in it. False
+    /// Removes the workspace folder, if it is one of the user's own and does not hold the compound
+    /// file, and everything in it. False
     /// when it cannot be removed; then it is left marked for PreviousDeleteOfTempDirUnsuccessfull,
     /// which makes the source dirty.
     bool DeleteDirectory();
@@ -226,10 +233,12 @@ public:
     /// The file itself. On success the source is dirty.
     std::unique_ptr<std::iostream> GetIOStream(const char* name) override;
     /// A new, empty file, in the place of the one that is there: streams that read the old one go
-    /// on reading it. On success the source is dirty.
+    /// on reading it, and what a stream directory has still to write to the old one is dropped. On
+    /// success the source is dirty.
     std::unique_ptr<std::ostream> GetOStream(const char* name) override;
     /// Temporary streams have files in the workspace, but make nothing dirty and are not saved; a
-    /// stream becomes an ordinary one when it is opened with GetIOStream or GetOStream.
+    /// stream becomes an ordinary one when it is opened with GetIOStream or GetOStream. That a
+    /// stream was deleted is forgotten with its temporary file, as with any other.
     std::unique_ptr<std::iostream> GetTempIOStream(const char* name) override;
     std::unique_ptr<std::ostream> GetTempOStream(const char* name) override;
     /// The names of the workspace's files, temporary ones included, and of the entries that are not
@@ -290,6 +299,7 @@ private:
     Error CopyStreams(CompoundFile& target, const NameSet& streams);
     static Error CopyToBlockFile(CompoundFile& target, std::istream& in, const char* name);
 
+    bool CanBeCompacted() const;
     bool HasChanges() const;
     void CopyForCompaction(const std::string& copy);
     void PutCopyInPlace(const std::string& copy, bool hadChanges);

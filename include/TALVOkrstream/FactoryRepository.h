@@ -31,7 +31,9 @@ private:
 /// its factories into the map and makes objects with them.
 ///
 /// **Threads.** Nothing locks the map: enter all factories, at program start, say, before several
-/// threads look for them.
+/// threads look for them. The map is gone when the process ends, after the objects that were made
+/// before its first use: who needs it in a destructor then touches it in the constructor. A module
+/// takes its factories out before it is unloaded.
 class TALVOKRSTREAM_EXPORT FactoryRepositoryBase {
 public:
     /// The name of the type that `name` means, by the name tables of the factories, in the order of

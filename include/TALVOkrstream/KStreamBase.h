@@ -11,7 +11,8 @@
 ///
 /// On the stream: the magic as its length in four bytes and its characters, then the version in two
 /// bytes, all little-endian. Reading and writing report failure by their result and the stream's
-/// state; they throw only what a stream throws whose exceptions the caller armed. A value like any
+/// state; they throw only what a stream throws whose exceptions the caller armed, and
+/// std::bad_alloc for a magic that a stream delivers and memory cannot hold. A value like any
 /// other: one thread at a time.
 class TALVOKRSTREAM_EXPORT KStreamableData {
 public:
@@ -53,7 +54,7 @@ private:
 /// once. The stream operators make one pass.
 ///
 /// **Threads.** The version read is one for the whole process: read objects of these classes in one
-/// thread at a time.
+/// thread at a time. A pass marks its object: one thread at a time for one object, writing too.
 class TALVOKRSTREAM_EXPORT KStreamBase {
 public:
     KStreamBase();

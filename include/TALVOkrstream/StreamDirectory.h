@@ -39,10 +39,13 @@ public:
     /// recorded.
     std::ostream& GetOutput(unsigned short id);
 
-    /// Writes the directory, and leaves the stream at its end. A last sub-stream without bytes is
-    /// left out (at positions of 4 GiB and more it stays). In a file stream of a
-    /// CompoundFileStreamSource the directory is filled in when the stream is destroyed, without
-    /// seeking back. A second Close does nothing.
+    /// Writes the directory, and leaves the stream at its end. A last sub-stream is left out if it
+    /// begins where the low 32 bits of the end say: one without bytes below 4 GiB, but also one of
+    /// just 4 GiB, or a multiple, that begins below. In a file stream of a CompoundFileStreamSource
+    /// the directory is filled in when the stream is destroyed, without seeking back, if its file
+    /// is still there. A second Close does nothing, and sub-streams begun after the first are not
+    /// recorded. A stream that is not good gets failbit: its placeholder stays, which readers take
+    /// for a directory of empty sub-streams with the ID 0.
     void Close();
 
 private:
@@ -60,11 +63,11 @@ private:
 };
 
 /// Reads such a directory and finds the sub-streams. Failures are failbit on the stream, and a
-/// false or null result. Costs nothing but the directory's bytes; a directory's claims size
-/// nothing.
+/// false or null result; a stream whose exceptions the caller armed throws besides. Costs nothing
+/// but the directory's bytes; a directory's claims size nothing.
 ///
-/// Copies refer to the same stream, which has to outlive all of them that are open. One thread at a
-/// time.
+/// Copies refer to the same stream, which has to outlive all of them that are open; each moves it
+/// to the end when it is closed or destroyed. One thread at a time.
 class TALVOKRSTREAM_EXPORT InputStreamDirectory {
 public:
     /// Opens the directory at the stream's position; without success the object is not open.

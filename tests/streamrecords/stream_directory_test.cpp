@@ -136,6 +136,26 @@ TEST(StreamDirectory, OutOfOrderIsSortedOrNotAsTheStreamAllows) {
     EXPECT_EQ(Read(source, "record"), Record(kHead, 2, {{9, 36}, {3, 37}}, 38) + "xy");
 }
 
+TEST(StreamDirectory, StreamsAtTheirEndAreNoSurprise) {
+    std::stringstream os;
+    {
+        OutputStreamDirectory directory(os, 1);
+        directory.GetOutput(1) << "7";
+        os.setstate(std::ios_base::eofbit);
+    }
+    EXPECT_TRUE(os.fail()) << "no directory could be written";
+
+    std::istringstream is(kThree);
+    {
+        InputStreamDirectory directory(is);
+        std::string word;
+        *directory.GetInput(7) >> word;
+        EXPECT_TRUE(is.eof());
+    }
+    EXPECT_TRUE(is.good());
+    EXPECT_EQ(std::streamoff(is.tellg()), 67);
+}
+
 TEST(StreamDirectory, OlderVersionsAreRead) {
     const std::vector<std::pair<int, std::uint64_t>> used = {{1, 100}, {5, 104}};
     for (const auto& [head, width] : {std::pair("xA"s, 4U), std::pair("zA\x01\0"s, 4U),

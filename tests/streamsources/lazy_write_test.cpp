@@ -43,6 +43,18 @@ TEST_F(LazyWrite, PatchesAnEmptyFileThroughAStream) {
     EXPECT_EQ(Written("", {{0, "ab"}, {2, "cd"}}), "abcd");
 }
 
+TEST_F(LazyWrite, LeavesAFileAloneThatTookThePlaceOfItsOwn) {
+    {
+        LazyWriteFileStream stream;
+        stream.open(path_, kMode);
+        stream << "0123456789";
+        dynamic_cast<LazyWriteFileBuffer&>(*stream.rdbuf()).AddPatch(0, "abc", 3);
+        WriteFile(folder_ / "new", "another");
+        boost::filesystem::rename(folder_ / "new", path_);
+    }
+    EXPECT_EQ(ReadFile(path_), "another");
+}
+
 TEST_F(LazyWrite, ReportsAFileThatCannotBeOpened) {
     LazyWriteFileStream stream;
     stream.open(folder_ / "no/file", kMode);

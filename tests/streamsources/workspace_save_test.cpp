@@ -237,8 +237,12 @@ TEST_F(SavingProject, ChangesFoldersOnlyByOpening) {
     WriteFile(folder_ / "other/precious", "kept");
     source_.SetDirectoryName((folder_ / "other").c_str());
     EXPECT_EQ(source_.GetDirectoryName(), folder_ / "other");
+    source_.CompactCompoundFile();
+    EXPECT_EQ(source_.GetDirectoryName(), workspace_ + "/");
+    source_.SetDirectoryName((folder_ / "other").c_str());
     EXPECT_TRUE(Saved() == With({{"a", "new"}}));
     EXPECT_EQ(source_.Close(Source::DiscardChanges, false), Source::NoError);
+    EXPECT_FALSE(Write(source_, "precious", "x"));
     EXPECT_EQ(ReadFile(folder_ / "other/precious"), "kept");
 }
 

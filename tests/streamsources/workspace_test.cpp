@@ -47,6 +47,8 @@ TEST_F(Workspace, OpensOrSaysWhyNot) {
         if (opening.error == Source::NoError) {
             EXPECT_EQ(fs::status(directory).permissions(), fs::owner_all);
         } else {
+            EXPECT_FALSE(Write(source, "plain", "x"));
+            EXPECT_EQ(source.CopyToBlockFile(true), Source::CouldNotOpenCompoundFile);
             source.CloseFile();
         }
     }

@@ -2,7 +2,10 @@
 
 #include <TALVOutl/Export.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 
 /// What stands at a path where a folder of the user's own is wanted; a link is not followed.
 enum class KrFolderKind {
@@ -15,6 +18,11 @@ enum class KrFolderKind {
 
 /// Looks at `path`, whose trailing separators are ignored. One system call; any thread.
 TALVOUTL_EXPORT KrFolderKind KrProbeFolder(const std::string& path);
+
+/// Which file a path leads to, as two numbers that no other file has at the same time; a link is
+/// not followed. None when there is no regular file. One system call; any thread.
+TALVOUTL_EXPORT std::optional<std::pair<std::uint64_t, std::uint64_t>>
+KrFileIdentity(const std::string& path);
 
 /// Makes a folder (one level) that nobody but its user can enter: mode 0700. False when it cannot
 /// be made or something is there. Any thread.
