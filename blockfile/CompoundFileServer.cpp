@@ -149,6 +149,7 @@ void CompoundFileServer::Reset() {
     unwritten_.clear();
     directory_.Clear();
     directoryDirty_ = false;
+    hasUnwrittenRemoval_ = false;
     usageDirty_ = false;
     cipher_.reset();
     status_ = KrStreamE::NotOpen;

@@ -184,6 +184,8 @@ private:
     bool readOnly_ = false;
     Directory directory_;
     bool directoryDirty_ = false;
+    /// An entry was removed, and the directory on disk still has it.
+    bool hasUnwrittenRemoval_ = false;
     std::shared_ptr<const BlowFish::Context> cipher_;
     Status status_ = KrStreamE::NotOpen;
     bool usageDirty_ = false;

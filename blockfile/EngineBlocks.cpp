@@ -108,7 +108,12 @@ void CompoundFileServer::StoreEmptyBlock(BlockNumber number, bool inUse) {
     StoreImage(number, inUse, block.Image());
 }
 
+// Before blocks of a removed entry are written again, the directory without it is on its way: a
+// crash must not bring the entry back with another one's bytes.
 BlockNumber CompoundFileServer::TakeBlock() {
+    if (hasUnwrittenRemoval_) {
+        WriteDirectory();
+    }
     BlockNumber number = usage_.Allocate();
     while (audit_.promised.erase(number) != 0) {
         StoreEmptyBlock(number, true);

@@ -69,12 +69,12 @@ std::optional<CompoundFileServer::EntryRef> CompoundFileServer::MakeEntry(const 
     RequirePassword();
     // The name may be that of the slot itself, as the directory walk hands it out.
     const std::string ownName(name);
-    directoryDirty_ = true;
     const Directory::Slot slot = TakeSlot();
     DataBlock block;
     block.Reset(TakeBlock());
     block.ClearUnused();
     directory_.Occupy(slot, ownName, TimeText(), block.Number());
+    directoryDirty_ = true;
     try {
         StoreDataBlock(block);
     } catch (...) {
@@ -90,6 +90,7 @@ void CompoundFileServer::RemoveEntry(Directory::Slot slot) {
     FreeChain(directory_.Entry(slot).firstBlock);
     directory_.Free(slot);
     directoryDirty_ = true;
+    hasUnwrittenRemoval_ = true;
 }
 
 Directory::Slot CompoundFileServer::TakeSlot() {
@@ -129,6 +130,7 @@ void CompoundFileServer::WriteDirectory() {
         WriteDirBlock(index);
     }
     directoryDirty_ = false;
+    hasUnwrittenRemoval_ = false;
     if (!file_.Flush()) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }

@@ -104,15 +104,12 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::SaveChangedFiles(const
     return NoError;
 }
 
-// The directory is on its way before anything is written to the blocks that it no longer names: a
-// crash must not bring a deleted stream back with another one's bytes.
 void CompoundFileStreamSource::DeleteEntries() {
     StreamSet& deleted = state_->deleted;
     for (auto stream = deleted.begin(); stream != deleted.end();) {
         compoundFile_.DeleteCFFile(stream->c_str());
         stream = compoundFile_.Exists(stream->c_str()) ? std::next(stream) : deleted.erase(stream);
     }
-    compoundFile_.Flush();
 }
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveFile(const std::string& file) {
