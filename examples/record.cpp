@@ -29,7 +29,7 @@ bool Print(InputStreamDirectory& parts, Part part) {
     if (stream == nullptr || !std::getline(*stream, line)) {
         return false;
     }
-    std::cout << "part " << part << ": " << line.substr(0, 10) << '\n';
+    std::cout << "ID " << part << ": " << line.substr(0, 10) << '\n';
     return true;
 }
 

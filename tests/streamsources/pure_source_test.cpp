@@ -70,18 +70,6 @@ TEST_P(PureSource, AnswersNothingOnceItIsClosed) {
     EXPECT_EQ(source_->GetFilePath(), "");
 }
 
-TEST_P(PureSource, CopiesShareTheFileAndTheFirstToGoTakesIt) {
-    ASSERT_TRUE(Write(*source_, "a", "text"));
-    PureCompoundFileStreamSource copy = *source_;
-    {
-        PureCompoundFileStreamSource assigned;
-        assigned = copy;
-        EXPECT_EQ(Read(assigned, "a"), "text");
-    }
-    EXPECT_EQ(copy.GetIStream("a"), nullptr);
-    EXPECT_EQ(source_->GetIStream("a"), nullptr);
-}
-
 INSTANTIATE_TEST_SUITE_P(, PureSource, testing::Bool());
 
 TEST(PureSourceOnAFile, ReadOnlyRefusesEveryChange) {

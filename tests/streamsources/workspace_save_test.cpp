@@ -151,21 +151,6 @@ TEST_F(SavingProject, IsRefusedToReadersAndSavesNothingWhenDiscarded) {
     EXPECT_EQ(source_.CopyToBlockFile(false), Source::CouldNotOpenCompoundFile);
 }
 
-TEST_F(SavingProject, TakesUpAWorkspaceThatWasLeft) {
-    {
-        Source earlier(path_.c_str(), workspace_.c_str());
-        ASSERT_EQ(earlier.Open(Source::NewWorkspace, false), Source::NoError);
-        ASSERT_TRUE(Read(earlier, "b"));
-        ASSERT_TRUE(Write(earlier, "a", "edited"));
-        ASSERT_TRUE(Write(earlier, "new", "made"));
-    }
-    Open(Source::ExistingWorkspace);
-    EXPECT_EQ(Read(source_, "A"), "edited");
-    EXPECT_FALSE(source_.IsDirty());
-    source_.SetIsDirty(true, nullptr);
-    EXPECT_TRUE(Saved() == With({{"a", "edited"}, {"new", "made"}}));
-}
-
 TEST_F(SavingProject, KeepsEditsWhenEverythingIsCopiedOut) {
     Open();
     ASSERT_TRUE(Write(source_, "a", "edited"));

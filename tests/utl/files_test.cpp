@@ -5,32 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-
 namespace fs = boost::filesystem;
-
-TEST(Files, PrivateFoldersAreTheUsersAlone) {
-    const TempFolder folder;
-    const std::string made = folder / "made";
-    EXPECT_EQ(KrProbeFolder(made), KrFolderKind::Missing);
-    ASSERT_TRUE(KrMakePrivateFolder(made));
-    EXPECT_FALSE(KrMakePrivateFolder(made));
-    EXPECT_EQ(KrProbeFolder(made + "//"), KrFolderKind::Own);
-    const std::string temporary = KrMakeTemporaryFolder(made);
-    EXPECT_EQ(fs::path(temporary).parent_path(), made);
-    for (const std::string& path : {made, temporary}) {
-        struct stat status {};
-        ASSERT_EQ(stat(path.c_str(), &status), 0);
-        EXPECT_EQ(status.st_mode & 07777, 0700U);
-    }
-    EXPECT_EQ(KrMakeTemporaryFolder(folder / "none"), "");
-
-    fs::create_directory_symlink(made, folder / "link");
-    WriteFile(folder / "file", "");
-    for (const std::string name : {"link", "link/", "file", "file/x"}) {
-        EXPECT_EQ(KrProbeFolder(folder / name), KrFolderKind::Other) << name;
-    }
-}
 
 TEST(Files, SyncingTellsWhatIsNotThere) {
     const TempFolder folder;
