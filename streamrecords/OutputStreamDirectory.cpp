@@ -31,9 +31,8 @@ OutputStreamDirectory::OutputStreamDirectory(std::ostream& os, unsigned short sl
     directoryPosition_ = PositionOf(os);
     // The count is that of a full directory until the true one is known.
     count_ = capacity_;
-    WriteDirectory(os);
+    WriteDirectory(os, directoryPosition_);
     count_ = 0;
-    WriteEightBytes(&directoryPosition_, 1, os);
 }
 
 OutputStreamDirectory::~OutputStreamDirectory() {
@@ -77,29 +76,24 @@ void OutputStreamDirectory::Close() {
         starts_[count_] = 0;
     }
     if (auto* const lazy = dynamic_cast<LazyWriteFileBuffer*>(stream_->rdbuf())) {
-        PatchDirectory(*lazy, end);
+        std::ostringstream directory;
+        WriteDirectory(directory, end);
+        const std::string bytes = directory.str();
+        lazy->AddPatch(static_cast<std::streamoff>(directoryPosition_), bytes.data(), bytes.size());
         return;
     }
-    SeekTo(directoryPosition_, *stream_);
     SortOffsets();
-    WriteDirectory(*stream_);
-    WriteEightBytes(&end, 1, *stream_);
+    SeekTo(directoryPosition_, *stream_);
+    WriteDirectory(*stream_, end);
     SeekTo(end, *stream_);
 }
 
-void OutputStreamDirectory::PatchDirectory(LazyWriteFileBuffer& buffer, std::uint64_t end) const {
-    std::ostringstream directory;
-    WriteDirectory(directory);
-    WriteEightBytes(&end, 1, directory);
-    const std::string bytes = directory.str();
-    buffer.AddPatch(static_cast<std::streamoff>(directoryPosition_), bytes.data(), bytes.size());
-}
-
-void OutputStreamDirectory::WriteDirectory(std::ostream& os) const {
+void OutputStreamDirectory::WriteDirectory(std::ostream& os, std::uint64_t end) const {
     WriteTwoBytes(&capacity_, 1, os);
     WriteTwoBytes(&count_, 1, os);
     WriteTwoBytes(ids_.data(), capacity_, os);
     WriteEightBytes(starts_.data(), capacity_, os);
+    WriteEightBytes(&end, 1, os);
 }
 
 // The format's writers have always sorted this way, equal IDs and lost upper bits included; the

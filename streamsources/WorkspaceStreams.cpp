@@ -100,10 +100,10 @@ std::unique_ptr<std::iostream> CompoundFileStreamSource::GetIOStream(const char*
     const StreamSourceLock lock;
     return OrNull(name, [&]() -> std::unique_ptr<std::iostream> {
         const std::string stream = StreamOf(name);
-        if (!FindFile(stream) && CanBeFile(stream)) {
-            ExtractFile(stream.c_str());
+        std::optional<std::string> file = FindFile(stream);
+        if (!file && CanBeFile(stream) && ExtractFile(stream.c_str())) {
+            file = FindFile(stream);
         }
-        const std::optional<std::string> file = FindFile(stream);
         if (!file) {
             return nullptr;
         }

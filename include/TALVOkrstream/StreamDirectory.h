@@ -49,9 +49,8 @@ public:
     void Close();
 
 private:
-    void WriteDirectory(std::ostream& os) const;
+    void WriteDirectory(std::ostream& os, std::uint64_t end) const;
     void SortOffsets();
-    void PatchDirectory(class LazyWriteFileBuffer& buffer, std::uint64_t end) const;
 
     std::uint64_t directoryPosition_ = 0;
     std::ostream* stream_;

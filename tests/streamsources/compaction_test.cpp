@@ -103,6 +103,17 @@ TEST_F(Compaction, FailsWithoutLosingAnything) {
     }
 }
 
+TEST_F(Compaction, GivesUpACopyThatDoesNotReachTheDisk) {
+    Open();
+    ASSERT_TRUE(Write(source_, "a", "unsaved"));
+    SystemCalls::Refuse("fsync", "");
+    EXPECT_EQ(Compact(), "The file could not be copied.");
+    SystemCalls::Reset();
+    EXPECT_FALSE(fs::exists(Copy('A')));
+    EXPECT_TRUE(source_.IsDirty());
+    EXPECT_TRUE(Saved() == With({{"a", "unsaved"}}));
+}
+
 TEST_F(Compaction, IsRefusedWhileSomebodyElseHasTheFileOpen) {
     Open();
     source_.DeleteSource("b");
