@@ -1,0 +1,157 @@
+#include "benchmarks/Bench.h"
+
+#include "benchmarks/Contenders.h"
+
+#include <boost/dll/runtime_symbol_info.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <boost/process.hpp>
+
+#include <algorithm>
+#include <sstream>
+#include <stdexcept>
+
+#include <unistd.h>
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+fs::path MakeFolder(const std::string& parent) {
+    const fs::path folder = fs::path(parent) / fs::unique_path("krstream-bench-%%%%%%%%");
+    fs::create_directory(folder);
+    return folder;
+}
+
+/// What this program prints when it is run with `arguments`; throws when it fails.
+std::string RunSelf(std::vector<std::string> arguments, bool small) {
+    if (small) {
+        arguments.emplace_back("--small");
+    }
+    boost::process::ipstream output;
+    boost::process::child child(boost::dll::program_location(), boost::process::args(arguments),
+                                boost::process::std_out > output);
+    std::string line;
+    std::getline(output, line);
+    child.wait();
+    if (child.exit_code() != 0) {
+        throw std::runtime_error("a sample failed: " + arguments[1] + ", " + arguments[2]);
+    }
+    return line;
+}
+
+bool TakesPart(const Row& row, const Contender& contender) {
+    switch (row.stores) {
+    case Row::Stores::All:
+        return true;
+    case Row::Stores::ThoseThatChange:
+        return contender.canChange;
+    case Row::Stores::Ours:
+        return contender.name == KrstreamContender().name;
+    }
+    return false;
+}
+
+template <typename Number>
+Number MedianOf(std::vector<Number> numbers) {
+    std::sort(numbers.begin(), numbers.end());
+    return numbers[numbers.size() / 2];
+}
+
+} // namespace
+
+Bench::Bench(Options options)
+    : options_(std::move(options)),
+      disk_(MakeFolder(options_.diskFolder)),
+      memory_(MakeFolder(options_.memoryFolder)) {}
+
+Bench::~Bench() {
+    boost::system::error_code ignored;
+    fs::remove_all(disk_, ignored);
+    fs::remove_all(memory_, ignored);
+}
+
+std::vector<Standing> Bench::Run(const Row& row) {
+    std::vector<Standing> standings;
+    for (const Contender& contender : AllContenders()) {
+        if (TakesPart(row, contender)) {
+            standings.push_back(Compare(row, contender.name));
+        }
+    }
+    return standings;
+}
+
+Standing Bench::Compare(const Row& row, const std::string& store) {
+    Standing standing;
+    standing.store = store;
+    std::vector<std::uint64_t> written;
+    std::vector<std::int64_t> memory;
+    for (std::size_t i = 0; i < options_.samples; ++i) {
+        const Sample counterpart = Take(row, kCounterpart);
+        const Sample sample = Take(row, store);
+        standing.ratios.push_back(sample.seconds / counterpart.seconds);
+        written.push_back(sample.bytesWritten);
+        memory.push_back(static_cast<std::int64_t>(sample.peakMemory) -
+                         static_cast<std::int64_t>(counterpart.peakMemory));
+    }
+    std::sort(standing.ratios.begin(), standing.ratios.end());
+    standing.bytesWritten = MedianOf(written);
+    standing.memoryAboveCounterpart = MedianOf(memory);
+    return standing;
+}
+
+Sample Bench::Take(const Row& row, const std::string& store) {
+    const fs::path& folder = FolderOf(row.place);
+    const std::string path = StartOf(row, store);
+    const fs::path scratch = folder / "scratch";
+    // What others left to be written must not be paid for here.
+    sync();
+    Sample sample;
+    std::istringstream(
+        RunSelf({"sample", row.id, store, path, scratch.string()}, options_.small)) >>
+        sample.seconds >> sample.bytesWritten >> sample.peakMemory;
+    fs::remove_all(scratch);
+    fs::remove(scratch.string() + ".kr");
+    if (row.start == Dataset::None) {
+        fs::remove_all(path);
+    }
+    return sample;
+}
+
+const fs::path& Bench::FolderOf(Row::Place place) const {
+    return place == Row::Place::Disk ? disk_ : memory_;
+}
+
+// The store that a sample starts from, made when it is first asked for; or a free place.
+std::string Bench::StartOf(const Row& row, const std::string& store) {
+    const fs::path& folder = FolderOf(row.place);
+    if (row.start == Dataset::None) {
+        return (folder / "fresh").string();
+    }
+    const std::string owner =
+        store == kCounterpart && row.counterpartNeedsStore ? KrstreamContender().name : store;
+    const std::string file = owner + std::to_string(static_cast<int>(row.start));
+    const auto [found, isNew] = built_.emplace(file, (folder / file).string());
+    if (isNew) {
+        RunSelf({"build", row.id, owner, found->second}, options_.small);
+    }
+    return found->second;
+}
+
+void BuildStart(const std::string& row, const std::string& store, const std::string& path,
+                const Sizes& sizes) {
+    const Dataset start = FindRow(row).start;
+    if (store == kCounterpart) {
+        BuildPlain(start, sizes, path);
+    } else {
+        Build(start, sizes, *FindContender(AllContenders(), store).make(), path);
+    }
+}
+
+Sample TakeSample(const std::string& row, const std::string& store, const std::string& path,
+                  const std::string& scratch, const Sizes& sizes) {
+    const Job job{sizes, path, scratch};
+    const Row& which = FindRow(row);
+    WarmUp(std::max(sizes.smallStreams, sizes.mediumStreams));
+    return store == kCounterpart ? which.counterpartMeasure(job)
+                                 : which.measure(job, FindContender(AllContenders(), store));
+}

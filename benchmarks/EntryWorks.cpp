@@ -1,0 +1,111 @@
+#include "benchmarks/EntryWorks.h"
+
+#include "benchmarks/Contenders.h"
+#include "benchmarks/Works.h"
+
+#include <TALVOkrstream/CompoundFile.h>
+
+#include <boost/filesystem/operations.hpp>
+
+#include <cstring>
+#include <istream>
+#include <stdexcept>
+
+namespace {
+
+constexpr std::size_t kEntrySize = 100;
+
+void Require(bool condition, const char* what) {
+    if (!condition) {
+        throw std::runtime_error(std::string("entries: ") + what);
+    }
+}
+
+void Open(CompoundFile& file, const std::string& path,
+          KrStreamE::OpenMode mode = KrStreamE::ReadWrite) {
+    Require(file.Open(path.c_str(), mode) == KrStreamE::Ok, "open");
+}
+
+void Close(CompoundFile& file) {
+    Require(file.Close() == KrStreamE::Ok, "close");
+}
+
+void WriteEntry(CompoundFile& file, std::size_t entry) {
+    const auto stream = file.GetIOStream(StreamName(entry).c_str(), "wb");
+    Require(stream != nullptr && stream->write(StreamBytes(entry, 0), kEntrySize).flush().good(),
+            "write");
+}
+
+void MakeFile(const EntryWorks& works) {
+    boost::filesystem::remove(works.path);
+    CompoundFile file;
+    Open(file, works.path);
+    for (std::size_t entry = 0; entry < works.entries; ++entry) {
+        WriteEntry(file, entry);
+    }
+    Close(file);
+}
+
+/// Measures `work` on every entry of a file that is there and open, in random order.
+template <typename Work>
+Sample OnEachEntry(const EntryWorks& works, Work work) {
+    MakeFile(works);
+    const auto order = Shuffled(works.entries);
+    CompoundFile file;
+    Open(file, works.path);
+    return Measure([&] {
+        for (const std::size_t entry : order) {
+            work(file, entry);
+        }
+        Close(file);
+    });
+}
+
+} // namespace
+
+Sample EntryWorks::Create() const {
+    WarmUp(entries);
+    boost::filesystem::remove(path);
+    return Measure([this] {
+        CompoundFile file;
+        Open(file, path);
+        for (std::size_t entry = 0; entry < entries; ++entry) {
+            WriteEntry(file, entry);
+        }
+        Close(file);
+    });
+}
+
+Sample EntryWorks::Find() const {
+    return OnEachEntry(*this, [](CompoundFile& file, std::size_t entry) {
+        char bytes[kEntrySize];
+        const auto stream = file.GetIOStream(StreamName(entry).c_str(), "rb");
+        Require(stream != nullptr && stream->read(bytes, sizeof bytes).good(), "read");
+    });
+}
+
+Sample EntryWorks::Replace() const {
+    return OnEachEntry(*this, WriteEntry);
+}
+
+Sample EntryWorks::Delete() const {
+    return OnEachEntry(*this, [](CompoundFile& file, std::size_t entry) {
+        Require(file.DeleteCFFile(StreamName(entry).c_str()), "delete");
+    });
+}
+
+Sample EntryWorks::List() const {
+    MakeFile(*this);
+    return Measure([this] {
+        CompoundFile file;
+        Open(file, path, KrStreamE::ReadOnly);
+        std::size_t bytes = 0;
+        unsigned long index = 0;
+        for (const char* name = file.GetFirstDirName(&index); name != nullptr;
+             name = file.GetNextDirName(&index)) {
+            bytes += std::strlen(name);
+        }
+        Require(bytes > entries, "list");
+        Close(file);
+    });
+}

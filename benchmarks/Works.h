@@ -1,0 +1,64 @@
+#pragma once
+
+#include "benchmarks/Rows.h"
+
+/// The work of each row, as any store does it.
+namespace Works {
+
+Sample CreateLarge(const Job& job, const Contender& contender);
+Sample ReadLarge(const Job& job, const Contender& contender);
+Sample ReadRandomCold(const Job& job, const Contender& contender);
+Sample ReadRandomKnown(const Job& job, const Contender& contender);
+Sample CreateSmall(const Job& job, const Contender& contender);
+Sample ReadSmall(const Job& job, const Contender& contender);
+Sample ReplaceOne(const Job& job, const Contender& contender);
+Sample ListLarge(const Job& job, const Contender& contender);
+Sample ListSmall(const Job& job, const Contender& contender);
+
+} // namespace Works
+
+/// Work that only this library does.
+namespace OwnWorks {
+
+Sample CreateEncrypted(const Job& job, const Contender& contender);
+Sample ReadEncrypted(const Job& job, const Contender& contender);
+Sample CreateMany(const Job& job, const Contender& contender);
+Sample FindMany(const Job& job, const Contender& contender);
+Sample ReplaceMany(const Job& job, const Contender& contender);
+Sample DeleteMany(const Job& job, const Contender& contender);
+Sample ListMany(const Job& job, const Contender& contender);
+Sample ChangeThroughWorkspace(const Job& job, const Contender& contender);
+Sample Compact(const Job& job, const Contender& contender);
+Sample SaveAs(const Job& job, const Contender& contender);
+
+} // namespace OwnWorks
+
+/// The counterparts.
+namespace Counterparts {
+
+Sample WriteLarge(const Job& job);
+Sample ReadLarge(const Job& job);
+Sample ReadRandomCold(const Job& job);
+Sample ReadRandomKnown(const Job& job);
+Sample WriteSmall(const Job& job);
+Sample ReadSmall(const Job& job);
+Sample ReadWholeFile(const Job& job);
+Sample ReadDirectoryOfLarge(const Job& job);
+Sample ReadDirectoryOfSmall(const Job& job);
+Sample Encipher(const Job& job);
+Sample Decipher(const Job& job);
+Sample CreateFew(const Job& job);
+Sample FindFew(const Job& job);
+Sample ReplaceFew(const Job& job);
+Sample DeleteFew(const Job& job);
+Sample ListFew(const Job& job);
+Sample CopyTwoStreamsAndReplaceOne(const Job& job);
+Sample CopyFile(const Job& job);
+
+} // namespace Counterparts
+
+/// Offsets of random reads within the large stream, the same in every run: the cold ones first,
+/// then those that find the stream's chain known.
+std::vector<std::uint64_t> RandomOffsets(const Sizes& sizes);
+/// The numbers 0 to `count` - 1 in an order that is random, but the same in every run.
+std::vector<std::size_t> Shuffled(std::size_t count);
