@@ -145,7 +145,7 @@ KrStreamE::Status CompoundFileServer::ChangePayloads(Change change) {
                     continue;
                 }
                 DataBlock block;
-                Check(FetchDataBlock(number, block));
+                FetchDataBlock(number, block);
                 change(block);
                 StoreDataBlock(block);
             }
@@ -167,7 +167,5 @@ void CompoundFileServer::SetPasswordRecord(bool encrypted, const MD5::RawDigest&
     first.passwordDigest = digest;
     directory_.MarkBlockChanged(0);
     WriteDirBlock(0);
-    if (!file_.Flush()) {
-        throw CompoundFileServerError{KrStreamE::Failed};
-    }
+    SendToFile();
 }

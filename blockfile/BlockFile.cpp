@@ -30,9 +30,10 @@ void BlockFile::Close() {
     length_ = 0;
 }
 
-bool BlockFile::Read(BlockNumber number, unsigned char* bytes, std::size_t count) {
+std::size_t BlockFile::ReadHeads(BlockNumber first, std::size_t size, std::size_t count,
+                                 unsigned char* heads) {
     const boost::lock_guard<boost::recursive_mutex> lock(mutex_);
-    return bytes_->Read(OffsetOf(number), bytes, count) == count;
+    return bytes_->ReadHeads(OffsetOf(first), size, count, heads);
 }
 
 bool BlockFile::Write(BlockNumber number, const unsigned char* block) {

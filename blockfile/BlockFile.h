@@ -3,6 +3,7 @@
 #include "blockfile/BlockFormat.h"
 #include "blockfile/ByteStore.h"
 
+#include <boost/thread/lock_types.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <memory>
@@ -14,6 +15,24 @@ class BlockFile {
 public:
     using BlockNumber = BlockFormat::BlockNumber;
 
+    /// Reads blocks where they lie. As long as it lives nobody else can read, so that the seek and
+    /// the read of two readers on one shared stream never interleave.
+    class Reading {
+    public:
+        explicit Reading(BlockFile& file) : file_(file), lock_(file.mutex_) {}
+
+        /// A block's bytes, until the next operation on the file; null when they cannot be read.
+        /// That `wanted` blocks from there on will be asked for is a hint, which saves calls.
+        const unsigned char* View(BlockNumber number, std::size_t wanted) {
+            return file_.bytes_->View(BlockFormat::OffsetOf(number),
+                                      wanted * BlockFormat::kBlockSize);
+        }
+
+    private:
+        BlockFile& file_;
+        const boost::unique_lock<boost::recursive_mutex> lock_;
+    };
+
     void Open(std::unique_ptr<ByteStore> bytes, std::uint64_t length);
     void Close();
 
@@ -22,8 +41,10 @@ public:
     std::uint64_t BlockCount() const { return length_ / BlockFormat::kBlockSize; }
     bool Contains(BlockNumber number) const { return number > 0 && number <= BlockCount(); }
 
-    /// Reads the first `count` bytes of a block; false when not all are there.
-    bool Read(BlockNumber number, unsigned char* bytes, std::size_t count);
+    /// Reads the first `size` bytes of each of up to `count` blocks from `first` on; returns of how
+    /// many.
+    std::size_t ReadHeads(BlockNumber first, std::size_t size, std::size_t count,
+                          unsigned char* heads);
 
     /// Writes a block. Blocks missing between the end of the file and this one are first written as
     /// padding.
@@ -39,6 +60,5 @@ private:
 
     std::unique_ptr<ByteStore> bytes_;
     std::uint64_t length_ = 0;
-    /// Keeps the seek and the read of two readers on one shared stream from interleaving.
     boost::recursive_mutex mutex_;
 };

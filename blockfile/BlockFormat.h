@@ -1,5 +1,7 @@
 #pragma once
 
+#include <TALVOutl/ByteOrder.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -29,9 +31,10 @@ constexpr std::size_t kNextOffset = kSignatureOffset + kSignatureSize;
 constexpr std::size_t kHeaderSize = kNextOffset + 4;
 static_assert(kHeaderSize == 19);
 
-// Data block.
+// Data block. What stands before its payload is its head.
 constexpr std::size_t kUsedOffset = kHeaderSize;
 constexpr std::size_t kPayloadOffset = kUsedOffset + 2;
+constexpr std::size_t kHeadSize = kPayloadOffset;
 constexpr std::size_t kPayloadSize = 1003;
 static_assert(kPayloadOffset + kPayloadSize == kBlockSize);
 
@@ -85,6 +88,11 @@ constexpr std::uint64_t FreeListRecordedSize(BlockNumber highest) {
     return FreeListContentSize(highest) - 1;
 }
 
+/// The blocks that so many payload bytes fill.
+constexpr std::size_t BlocksFor(std::size_t bytes) {
+    return (bytes + kPayloadSize - 1) / kPayloadSize;
+}
+
 /// How many payload bytes of an encrypted file's block are enciphered: the used bytes rounded up to
 /// whole cipher blocks, or down where the payload has no room for the last one.
 constexpr std::size_t EncipheredLength(std::size_t used) {
@@ -108,6 +116,20 @@ struct Header {
 
 Header UnpackHeader(const unsigned char* block);
 void PackHeader(const Header& header, unsigned char* block);
+
+inline BlockNumber NextOf(const unsigned char* block) {
+    return LoadLittleEndian<BlockNumber>(block + kNextOffset);
+}
+/// Meaningful payload bytes of a data block.
+inline std::size_t UsedOf(const unsigned char* block) {
+    return LoadLittleEndian<std::uint16_t>(block + kUsedOffset);
+}
+/// Whether a data block read at position `number` may be believed: it carries that number and no
+/// more used bytes than a payload has.
+inline bool IsSoundDataBlock(const unsigned char* block, BlockNumber number) {
+    return LoadLittleEndian<BlockNumber>(block + kNumberOffset) == number &&
+           UsedOf(block) <= kPayloadSize;
+}
 
 /// The format version that a signature says, 1 or 2; 0 for a block that is not of this format.
 int VersionOf(const Signature& signature);

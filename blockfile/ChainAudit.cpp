@@ -1,23 +1,24 @@
 #include "blockfile/ChainAudit.h"
 
-#include "blockfile/DataBlock.h"
+#include "blockfile/BlockHeads.h"
 
 using namespace BlockFormat;
 
 std::optional<HeaderScan> HeaderScan::Of(BlockFile& file) {
     HeaderScan scan;
     scan.blocks.resize(1);
-    DataBlock block;
-    for (std::uint64_t number = 1; number <= file.BlockCount(); ++number) {
-        const auto position = static_cast<BlockNumber>(number);
-        if (!file.Read(position, block.Image(), kPayloadOffset)) {
+    BlockHeads heads(file);
+    const auto last = static_cast<BlockNumber>(file.BlockCount());
+    for (BlockNumber number = 1; number <= last; ++number) {
+        const unsigned char* const head = heads.Of(number);
+        if (head == nullptr) {
             return std::nullopt;
         }
-        const Header header = UnpackHeader(block.Image());
-        if (header.number != position || VersionOf(header.signature) == 0) {
+        const Header header = UnpackHeader(head);
+        if (header.number != number || VersionOf(header.signature) == 0) {
             return std::nullopt;
         }
-        scan.blocks.push_back({header.next, header.inUse != 0, block.IsSoundAt(position)});
+        scan.blocks.push_back({header.next, header.inUse != 0, IsSoundDataBlock(head, number)});
     }
     return scan;
 }

@@ -92,6 +92,8 @@ KrStreamE::Status CompoundFileServer::Close() {
         }
         if (usageDirty_) {
             WriteFreeList();
+            WriteFreeMarks();
+            SendToFile();
         }
     });
     Reset();
@@ -101,7 +103,7 @@ KrStreamE::Status CompoundFileServer::Close() {
 void CompoundFileServer::Flush(bool force) {
     Guard([this, force] {
         if (!readOnly_ && (directoryDirty_ || force)) {
-            WriteDirectory();
+            WriteChanges();
         }
     });
 }
@@ -110,7 +112,7 @@ std::string CompoundFileServer::FlushToString() {
     std::string content;
     Guard([this, &content] {
         if (!readOnly_) {
-            WriteDirectory();
+            WriteChanges();
             content = file_.Content();
             Check(content.size() < file_.Length() ? KrStreamE::Failed : KrStreamE::Ok);
         }
@@ -147,6 +149,7 @@ void CompoundFileServer::Reset() {
     usage_ = UsageTable();
     audit_ = ChainAudit();
     unwritten_.clear();
+    unmarked_.clear();
     directory_.Clear();
     directoryDirty_ = false;
     hasUnwrittenRemoval_ = false;

@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+class BlockHeads;
 class ServerRegistry;
 
 /// Thrown inside an operation of the engine to end it, and caught in that operation.
@@ -34,6 +35,8 @@ class CompoundFileServer {
 public:
     using Status = KrStreamE::Status;
     using BlockNumber = BlockFormat::BlockNumber;
+    /// Numbers of a chain's blocks, from its first on.
+    using Chain = std::vector<BlockNumber>;
 
     /// An entry as streams hold it: its slot, and which use of the slot is meant.
     struct EntryRef {
@@ -56,7 +59,8 @@ public:
     /// Writes the directory and the free-list entry where they are out of date; returns the status
     /// from before.
     Status Close();
-    /// Writes changed directory blocks when there is something to write, or when forced.
+    /// Writes changed directory blocks and the marks of freed blocks when there is something to
+    /// write, or when forced.
     void Flush(bool force);
     std::string FlushToString();
 
@@ -95,9 +99,16 @@ public:
     const char* TimeText();
 
     // Data blocks.
-    Status ReadDataBlock(BlockNumber number, DataBlock& block);
-    /// The number of the block that follows `number` in its chain, without deciphering anything.
-    Status ReadLink(BlockNumber number, BlockNumber& next);
+    /// That `wanted` blocks from there on will be asked for is a hint.
+    Status ReadDataBlock(BlockNumber number, DataBlock& block, std::size_t wanted = 1);
+    /// Copies payload bytes from byte `offset` of the chain's block `index` on, until there are
+    /// `count` or the chain ends; returns how many. Only in the last block of a chain can there be
+    /// less than a full payload. `chain` knows the chain's blocks up to `index` at least, and those
+    /// that are come upon are appended, the one behind the last byte included.
+    std::size_t ReadPayload(Chain& chain, std::size_t index, std::size_t offset, char* bytes,
+                            std::size_t count);
+    /// Follows links until `chain` knows `count` blocks or ends; deciphers nothing.
+    Status ExtendChain(Chain& chain, std::size_t count);
     Status WriteDataBlock(const DataBlock& block);
     /// Takes a free block and makes `block` its empty record; WriteDataBlock is still to come.
     Status AllocateBlock(DataBlock& block);
@@ -111,10 +122,6 @@ public:
     /// To be called before a chain is extended: where the file ends in the middle of a chain, that
     /// chain gets an empty last block.
     Status RestoreLostEnd();
-    /// As many blocks as the longest sound chain can have.
-    std::uint64_t ChainLimit() const;
-    /// A chain was found to run in a circle.
-    void ReportDamage() { Fail(KrStreamE::Failed); }
 
     // Encryption.
     bool IsEncrypted() const;
@@ -126,8 +133,6 @@ public:
     bool SetPassword(const char* password);
 
 private:
-    using Chain = std::vector<BlockNumber>;
-
     Status Fail(Status status);
     /// Runs an operation unless the engine has failed; what it throws becomes the engine's status.
     template <typename Action>
@@ -150,9 +155,17 @@ private:
     void ReadDirBlock(BlockNumber number, DirBlock& block);
     void WriteDirBlock(std::size_t index);
     void WriteDirectory();
+    void WriteChanges();
+    void SendToFile();
 
-    Status FetchBlock(BlockNumber number, DataBlock& block, std::size_t count);
-    Status FetchDataBlock(BlockNumber number, DataBlock& block);
+    void CheckPlace(BlockNumber number) const;
+    const unsigned char* ViewBlock(BlockFile::Reading& reading, BlockNumber number,
+                                   std::size_t wanted) const;
+    BlockNumber ReadLink(BlockHeads& heads, BlockNumber number) const;
+    void AppendLink(Chain& chain, BlockNumber next) const;
+    void FetchBlock(BlockNumber number, DataBlock& block, std::size_t wanted);
+    void FetchDataBlock(BlockNumber number, DataBlock& block, std::size_t wanted = 1);
+    void Decipher(DataBlock& block) const;
     void StoreDataBlock(const DataBlock& block);
     void StoreImage(BlockNumber number, bool inUse, const unsigned char* image);
     void StoreEmptyBlock(BlockNumber number, bool inUse);
@@ -161,8 +174,10 @@ private:
     Chain CollectChain(BlockNumber first);
     void FreeChain(BlockNumber first);
     void FreeBlock(BlockNumber number);
+    void WriteFreeMarks();
 
     std::vector<unsigned char> ReadFreeList();
+    std::vector<unsigned char> FetchFreeList();
     void WriteFreeList();
     void WriteFreeListBlocks(const Chain& chain, const std::vector<unsigned char>& content);
 
@@ -181,6 +196,8 @@ private:
     ChainAudit audit_;
     /// One block for each stream that is extending its entry.
     std::vector<BlockNumber> unwritten_;
+    /// Blocks that were freed and whose marks on disk may still say that they are in use.
+    Chain unmarked_;
     bool readOnly_ = false;
     Directory directory_;
     bool directoryDirty_ = false;

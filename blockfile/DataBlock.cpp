@@ -15,24 +15,12 @@ BlockNumber DataBlock::Number() const {
     return LoadLittleEndian<std::uint32_t>(image_.data() + kNumberOffset);
 }
 
-BlockNumber DataBlock::Next() const {
-    return LoadLittleEndian<std::uint32_t>(image_.data() + kNextOffset);
-}
-
 void DataBlock::SetNext(BlockNumber next) {
     StoreLittleEndian(image_.data() + kNextOffset, next);
 }
 
-std::size_t DataBlock::Used() const {
-    return LoadLittleEndian<std::uint16_t>(image_.data() + kUsedOffset);
-}
-
 void DataBlock::SetUsed(std::size_t used) {
     StoreLittleEndian(image_.data() + kUsedOffset, static_cast<std::uint16_t>(used));
-}
-
-bool DataBlock::IsSoundAt(BlockNumber number) const {
-    return Number() == number && Used() <= kPayloadSize;
 }
 
 void DataBlock::ClearUnused() {

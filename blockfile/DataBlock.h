@@ -24,15 +24,11 @@ public:
     BlockNumber Number() const;
     bool IsInUse() const { return image_[BlockFormat::kInUseOffset] != 0; }
     void SetInUse(bool inUse) { image_[BlockFormat::kInUseOffset] = inUse ? 1 : 0; }
-    BlockNumber Next() const;
+    BlockNumber Next() const { return BlockFormat::NextOf(image_.data()); }
     void SetNext(BlockNumber next);
     /// Meaningful payload bytes.
-    std::size_t Used() const;
+    std::size_t Used() const { return BlockFormat::UsedOf(image_.data()); }
     void SetUsed(std::size_t used);
-
-    /// Whether a block read at position `number` may be believed: it carries that number and no
-    /// more used bytes than a payload has.
-    bool IsSoundAt(BlockNumber number) const;
 
     /// Zeroes the payload past the used bytes, so that no bytes of another block or of the heap
     /// reach the disk.

@@ -1,19 +1,56 @@
+#include "blockfile/BlockHeads.h"
 #include "blockfile/CompoundFileServer.h"
 #include "blockfile/EngineGuard.h"
 
 #include <algorithm>
+#include <cstring>
 
 using namespace BlockFormat;
 
-KrStreamE::Status CompoundFileServer::ReadDataBlock(BlockNumber number, DataBlock& block) {
-    return Guard([&] { Check(FetchDataBlock(number, block)); });
+KrStreamE::Status CompoundFileServer::ReadDataBlock(BlockNumber number, DataBlock& block,
+                                                    std::size_t wanted) {
+    return Guard([&] { FetchDataBlock(number, block, wanted); });
 }
 
-KrStreamE::Status CompoundFileServer::ReadLink(BlockNumber number, BlockNumber& next) {
+std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std::size_t offset,
+                                            char* bytes, std::size_t count) {
+    std::size_t done = 0;
+    Guard([&] {
+        BlockFile::Reading reading(file_);
+        DataBlock deciphered;
+        for (bool isLast = false; done < count && !isLast; ++index, offset = 0) {
+            const BlockNumber number = chain[index];
+            const unsigned char* block =
+                ViewBlock(reading, number, BlocksFor(offset + count - done));
+            if (IsEncrypted()) {
+                std::memcpy(deciphered.Image(), block, kBlockSize);
+                Decipher(deciphered);
+                block = deciphered.Image();
+            }
+            const BlockNumber next = NextOf(block);
+            isLast = next == kNoBlock || IsUnwritten(next);
+            const std::size_t held = isLast ? UsedOf(block) : kPayloadSize;
+            const std::size_t piece = std::min(count - done, held - std::min(held, offset));
+            std::memcpy(bytes + done, block + kPayloadOffset + offset, piece);
+            done += piece;
+            if (!isLast && offset + piece == kPayloadSize && index + 1 == chain.size()) {
+                AppendLink(chain, next);
+            }
+        }
+    });
+    return done;
+}
+
+KrStreamE::Status CompoundFileServer::ExtendChain(Chain& chain, std::size_t count) {
     return Guard([&] {
-        DataBlock block;
-        Check(FetchBlock(number, block, kPayloadOffset));
-        next = block.Next();
+        BlockHeads heads(file_);
+        while (chain.size() < count) {
+            const BlockNumber next = ReadLink(heads, chain.back());
+            if (next == kNoBlock || IsUnwritten(next)) {
+                return;
+            }
+            AppendLink(chain, next);
+        }
     });
 }
 
@@ -31,39 +68,65 @@ KrStreamE::Status CompoundFileServer::AllocateBlock(DataBlock& block) {
     });
 }
 
-std::uint64_t CompoundFileServer::ChainLimit() const {
-    return std::max<std::uint64_t>(file_.BlockCount(), usage_.Highest());
-}
-
 bool CompoundFileServer::IsUnwritten(BlockNumber number) const {
     return std::find(unwritten_.begin(), unwritten_.end(), number) != unwritten_.end();
 }
 
-KrStreamE::Status CompoundFileServer::FetchBlock(BlockNumber number, DataBlock& block,
-                                                 std::size_t count) {
+// Whether a data block can stand there at all.
+void CompoundFileServer::CheckPlace(BlockNumber number) const {
     if (number == kNoBlock || directory_.HoldsBlock(number)) {
-        return KrStreamE::Failed;
+        throw CompoundFileServerError{KrStreamE::Failed};
     }
     if (!file_.Contains(number)) {
-        return KrStreamE::BeyondEnd;
+        throw CompoundFileServerError{KrStreamE::BeyondEnd};
     }
-    const bool sound = file_.Read(number, block.Image(), count) && block.IsSoundAt(number);
-    return sound ? KrStreamE::Ok : KrStreamE::Failed;
 }
 
-KrStreamE::Status CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlock& block) {
-    const Status status = FetchBlock(number, block, kBlockSize);
+const unsigned char* CompoundFileServer::ViewBlock(BlockFile::Reading& reading, BlockNumber number,
+                                                   std::size_t wanted) const {
+    CheckPlace(number);
+    const unsigned char* const block = reading.View(number, wanted);
+    if (block == nullptr || !IsSoundDataBlock(block, number)) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+    return block;
+}
+
+BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber number) const {
+    CheckPlace(number);
+    const unsigned char* const head = heads.Of(number);
+    if (head == nullptr || !IsSoundDataBlock(head, number)) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+    return NextOf(head);
+}
+
+// A chain longer than the file has blocks runs in a circle.
+void CompoundFileServer::AppendLink(Chain& chain, BlockNumber next) const {
+    if (chain.size() >= std::max<std::uint64_t>(file_.BlockCount(), usage_.Highest())) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+    chain.push_back(next);
+}
+
+void CompoundFileServer::FetchBlock(BlockNumber number, DataBlock& block, std::size_t wanted) {
+    BlockFile::Reading reading(file_);
+    std::memcpy(block.Image(), ViewBlock(reading, number, wanted), kBlockSize);
+}
+
+void CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlock& block, std::size_t wanted) {
+    FetchBlock(number, block, wanted);
     // A crash can leave the mark of a block that is part of a chain at free; written back like
     // that, the block would be given to somebody else.
     block.SetInUse(true);
-    if (status != KrStreamE::Ok || !IsEncrypted()) {
-        return status;
+    if (IsEncrypted()) {
+        Decipher(block);
     }
-    if (cipher_ == nullptr) {
-        return KrStreamE::PasswordRequired;
-    }
-    cipher_->Decipher(block.Payload(), EncipheredLength(block.Used()), number);
-    return KrStreamE::Ok;
+}
+
+void CompoundFileServer::Decipher(DataBlock& block) const {
+    RequirePassword();
+    cipher_->Decipher(block.Payload(), EncipheredLength(block.Used()), block.Number());
 }
 
 void CompoundFileServer::StoreDataBlock(const DataBlock& block) {
@@ -139,18 +202,11 @@ void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
 
 CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {
     Chain chain;
-    DataBlock block;
+    BlockHeads heads(file_);
     BlockNumber number = first;
     while (number != kNoBlock && audit_.promised.count(number) == 0) {
-        if (chain.size() >= ChainLimit()) {
-            throw CompoundFileServerError{KrStreamE::Failed};
-        }
-        chain.push_back(number);
-        if (IsUnwritten(number)) {
-            break;
-        }
-        Check(FetchBlock(number, block, kPayloadOffset));
-        number = block.Next();
+        AppendLink(chain, number);
+        number = IsUnwritten(number) ? kNoBlock : ReadLink(heads, number);
     }
     return chain;
 }
@@ -167,12 +223,12 @@ void CompoundFileServer::FreeChain(BlockNumber first) {
     }
 }
 
+// The block's mark on disk is left for WriteFreeMarks: most blocks are taken again before.
 void CompoundFileServer::FreeBlock(BlockNumber number) {
     if (!IsUnwritten(number)) {
-        DataBlock block;
-        Check(FetchBlock(number, block, kBlockSize));
-        block.SetInUse(false);
-        StoreImage(number, false, block.Image());
+        usage_.Set(number, false);
+        usageDirty_ = true;
+        unmarked_.push_back(number);
         return;
     }
     ForgetUnwritten(number);
@@ -180,5 +236,21 @@ void CompoundFileServer::FreeBlock(BlockNumber number) {
         StoreEmptyBlock(number, false);
     } else {
         usage_.Set(number, false);
+    }
+}
+
+// Until a freed block is marked so on disk, a crash wastes it and does no other harm.
+void CompoundFileServer::WriteFreeMarks() {
+    std::sort(unmarked_.begin(), unmarked_.end());
+    unmarked_.erase(std::unique(unmarked_.begin(), unmarked_.end()), unmarked_.end());
+    Chain unmarked;
+    unmarked.swap(unmarked_);
+    DataBlock block;
+    for (std::size_t i = 0; i < unmarked.size(); ++i) {
+        if (!usage_.IsUsed(unmarked[i])) {
+            FetchBlock(unmarked[i], block, unmarked.size() - i);
+            block.SetInUse(false);
+            StoreImage(unmarked[i], false, block.Image());
+        }
     }
 }

@@ -109,11 +109,12 @@ void CompoundFileServer::AppendDirBlock() {
 }
 
 void CompoundFileServer::ReadDirBlock(BlockNumber number, DirBlock& block) {
-    DataBlock raw;
     if (!file_.Contains(number)) {
         throw CompoundFileServerError{KrStreamE::BeyondEnd};
     }
-    if (!file_.Read(number, raw.Image(), kBlockSize) || !block.Unpack(raw.Image(), number)) {
+    BlockFile::Reading reading(file_);
+    const unsigned char* const raw = reading.View(number, 1);
+    if (raw == nullptr || !block.Unpack(raw, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
 }
@@ -131,6 +132,18 @@ void CompoundFileServer::WriteDirectory() {
     }
     directoryDirty_ = false;
     hasUnwrittenRemoval_ = false;
+    SendToFile();
+}
+
+void CompoundFileServer::WriteChanges() {
+    WriteDirectory();
+    if (!unmarked_.empty()) {
+        WriteFreeMarks();
+        SendToFile();
+    }
+}
+
+void CompoundFileServer::SendToFile() {
     if (!file_.Flush()) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }

@@ -3,12 +3,15 @@
 #include "blockfile/BlockFormat.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace {
@@ -16,8 +19,13 @@ namespace {
 /// Large enough that a sequential pass is bound by copying, not by calls, and small enough for a
 /// processor's cache.
 constexpr std::size_t kWindowSize = std::size_t{128} * 1024;
-/// What a read somewhere else fetches: the few blocks that a small read at random touches.
-constexpr std::size_t kSmallRead = std::size_t{8} * 1024;
+/// A window this large is enough for reads here and there, and costs nothing to make.
+constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
+/// A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
+constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
+/// Heads read by one call: each takes two of the pieces that a call may have, itself and the rest
+/// of its block.
+constexpr std::size_t kHeadsPerCall = IOV_MAX / 2;
 
 /// Looks before opening, because opening a device can already have an effect.
 bool IsRegularOrMissing(const char* path) {
@@ -51,10 +59,7 @@ std::unique_ptr<FileStore> FileStore::Open(const char* path, bool readOnly) {
 }
 
 FileStore::FileStore(int descriptor, std::uint64_t length)
-    : descriptor_(descriptor),
-      length_(length),
-      writtenLength_(length),
-      window_(new unsigned char[kWindowSize]) {}
+    : descriptor_(descriptor), length_(length), writtenLength_(length) {}
 
 FileStore::~FileStore() {
     Flush();
@@ -63,7 +68,7 @@ FileStore::~FileStore() {
 
 std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) {
     std::size_t done = 0;
-    while (done < count && (Available(offset) > 0 || Load(offset))) {
+    while (done < count && (Available(offset) > 0 || Load(offset, count - done))) {
         const std::size_t piece = std::min(count - done, Available(offset));
         std::memcpy(bytes + done, window_.get() + (offset - windowStart_), piece);
         done += piece;
@@ -72,12 +77,37 @@ std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::siz
     return done;
 }
 
+const unsigned char* FileStore::View(std::uint64_t offset, std::size_t wanted) {
+    const bool found = Available(offset) >= BlockFormat::kBlockSize ||
+                       (Load(offset, wanted) && Available(offset) >= BlockFormat::kBlockSize);
+    return found ? window_.get() + (offset - windowStart_) : nullptr;
+}
+
+std::size_t FileStore::ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
+                                 unsigned char* heads) {
+    count = std::min(count, kHeadsPerCall);
+    std::array<unsigned char, BlockFormat::kBlockSize> passedOver;
+    std::array<iovec, 2 * kHeadsPerCall> pieces;
+    for (std::size_t i = 0; i < count; ++i) {
+        pieces[2 * i] = {heads + i * size, size};
+        pieces[2 * i + 1] = {passedOver.data(), passedOver.size() - size};
+    }
+    ssize_t got = Flush() ? 0 : -1;
+    do {
+        got = got < 0 ? got
+                      : preadv(descriptor_, pieces.data(), static_cast<int>(2 * count),
+                               static_cast<off_t>(offset));
+    } while (got < 0 && errno == EINTR);
+    return got < 0 ? 0 : static_cast<std::size_t>(got) / BlockFormat::kBlockSize;
+}
+
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
     if (!JoinsPending(offset) || !FitsWindow(offset, count)) {
         if (!Flush()) {
             return false;
         }
         if (!FitsWindow(offset, count)) {
+            Reserve(kWindowSize);
             windowStart_ = offset;
             windowLength_ = 0;
         }
@@ -124,14 +154,15 @@ std::size_t FileStore::Available(std::uint64_t offset) const {
                : 0;
 }
 
-bool FileStore::Load(std::uint64_t offset) {
+bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
     if (!Flush()) {
         return false;
     }
     const std::uint64_t windowEnd = windowStart_ + windowLength_;
-    // A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
-    const bool sequential = offset >= windowEnd && offset - windowEnd < kSmallRead;
-    readSize_ = sequential ? std::clamp(readSize_ * 2, kSmallRead, kWindowSize) : kSmallRead;
+    const bool sequential = offset >= windowEnd && offset - windowEnd < kSmallGap;
+    readSize_ = std::clamp(sequential ? std::max(readSize_ * 2, wanted) : wanted,
+                           BlockFormat::kBlockSize, kWindowSize);
+    Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kWindowSize);
     ssize_t got = 0;
     do {
         got = pread(descriptor_, window_.get(), readSize_, static_cast<off_t>(offset));
@@ -141,6 +172,15 @@ bool FileStore::Load(std::uint64_t offset) {
     return windowLength_ > 0;
 }
 
+// Makes the window at least so large; what it holds is dropped when it has to grow.
+void FileStore::Reserve(std::size_t size) {
+    if (windowSize_ < size) {
+        window_.reset(new unsigned char[size]);
+        windowSize_ = size;
+        windowLength_ = 0;
+    }
+}
+
 bool FileStore::JoinsPending(std::uint64_t offset) const {
     return pendingBegin_ < pendingEnd_ && offset >= windowStart_ + pendingBegin_ &&
            offset <= windowStart_ + pendingEnd_;
@@ -148,5 +188,5 @@ bool FileStore::JoinsPending(std::uint64_t offset) const {
 
 bool FileStore::FitsWindow(std::uint64_t offset, std::size_t count) const {
     return offset >= windowStart_ && offset <= windowStart_ + windowLength_ &&
-           offset - windowStart_ + count <= kWindowSize;
+           offset - windowStart_ + count <= windowSize_;
 }

@@ -19,6 +19,9 @@ public:
     std::uint64_t Length() const { return length_; }
 
     std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) override;
+    const unsigned char* View(std::uint64_t offset, std::size_t wanted) override;
+    std::size_t ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
+                          unsigned char* heads) override;
     bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
     bool Flush() override;
 
@@ -27,7 +30,8 @@ private:
 
     /// The window's bytes from `offset` to its end; 0 when `offset` lies outside.
     std::size_t Available(std::uint64_t offset) const;
-    bool Load(std::uint64_t offset);
+    bool Load(std::uint64_t offset, std::size_t wanted);
+    void Reserve(std::size_t size);
     void DropPartOfBlock() const;
     bool JoinsPending(std::uint64_t offset) const;
     bool FitsWindow(std::uint64_t offset, std::size_t count) const;
@@ -36,7 +40,8 @@ private:
     const std::uint64_t length_;
     /// Where the file ends on disk.
     std::uint64_t writtenLength_;
-    const std::unique_ptr<unsigned char[]> window_;
+    std::unique_ptr<unsigned char[]> window_;
+    std::size_t windowSize_ = 0;
     std::uint64_t windowStart_ = 0;
     std::size_t windowLength_ = 0;
     /// How much the last miss read; doubles while reading is sequential.

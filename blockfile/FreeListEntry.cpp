@@ -27,8 +27,16 @@ bool IsCurrentHead(const unsigned char* head, const MD5::RawDigest& digest, Bloc
 
 } // namespace
 
-// The usage flags of the stored snapshot; empty when there is none that can be believed.
+// The usage flags of the stored snapshot; empty when there is none that can be read and believed.
 std::vector<unsigned char> CompoundFileServer::ReadFreeList() {
+    try {
+        return FetchFreeList();
+    } catch (const CompoundFileServerError&) {
+        return {};
+    }
+}
+
+std::vector<unsigned char> CompoundFileServer::FetchFreeList() {
     const std::optional<Directory::Slot> slot = Lookup(CompoundFile::kFreeListEntryName);
     const auto highest = static_cast<BlockNumber>(file_.BlockCount());
     const std::uint64_t size = FreeListContentSize(highest);
@@ -38,10 +46,10 @@ std::vector<unsigned char> CompoundFileServer::ReadFreeList() {
     while (content.size() < size) {
         const auto piece =
             static_cast<std::size_t>(std::min<std::uint64_t>(kPayloadSize, size - content.size()));
-        if (FetchDataBlock(number, block) != KrStreamE::Ok || block.Used() < piece) {
-            return {};
-        }
-        if (content.empty() && !IsCurrentHead(block.Payload(), directory_.Digest(), highest)) {
+        FetchDataBlock(number, block, BlocksFor(size - content.size()));
+        const bool isHead = content.empty();
+        if (block.Used() < piece ||
+            (isHead && !IsCurrentHead(block.Payload(), directory_.Digest(), highest))) {
             return {};
         }
         content.insert(content.end(), block.Payload(), block.Payload() + piece);

@@ -13,6 +13,9 @@ constexpr char kWriteError[] = "Error in KrIOStreamDevice::write";
 constexpr char kSeekError[] = "Error in KrIOStreamDevice::seek";
 constexpr char kFlushError[] = "Error in KrIOStreamDevice::flush";
 
+/// How much of an entry is read ahead with its first block.
+constexpr std::size_t kFirstRead = 8 * kPayloadSize;
+
 } // namespace
 
 class KrIOStreamDevice::Data {
@@ -40,10 +43,12 @@ private:
         return static_cast<std::size_t>(position_ / kPayloadSize);
     }
     BlockNumber NextOfCurrent() const;
-    bool EndsInFullBlock() const;
+    std::size_t HeldByCurrent() const;
 
+    std::size_t ReadPayload(char* bytes, std::size_t count);
+    bool EndsInFullBlock();
     bool GoToBlock(std::size_t index);
-    bool ExtendKnownChain(std::size_t index);
+    bool Knows(std::size_t index);
     bool GoToBlockOrAppend(std::size_t index);
     bool AppendBlock();
     bool WriteCurrent();
@@ -51,29 +56,28 @@ private:
     CompoundFileServer& engine_;
     const CompoundFileServer::EntryRef entry_;
     const std::string name_;
-    std::unique_ptr<DataBlock> current_;
-    std::unique_ptr<DataBlock> spare_;
+    DataBlock blocks_[2];
+    /// Null when the entry's first block could not be read.
+    DataBlock* current_ = &blocks_[0];
+    DataBlock* spare_ = &blocks_[1];
     /// Index of the current block in the chain.
     std::size_t blockIndex_ = 0;
     std::uint64_t position_ = 0;
     /// The chain's blocks visited so far, from its beginning.
-    std::vector<BlockNumber> chain_;
+    CompoundFileServer::Chain chain_;
     /// The current block holds changes that are not written yet.
     bool dirty_ = false;
     bool written_ = false;
 };
 
 KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry)
-    : engine_(engine),
-      entry_(entry),
-      name_(engine.Entry(entry).name),
-      current_(std::make_unique<DataBlock>()),
-      spare_(std::make_unique<DataBlock>()) {
+    : engine_(engine), entry_(entry), name_(engine.Entry(entry).name) {
     const BlockNumber first = Entry().firstBlock;
-    if (engine_.ReadDataBlock(first, *current_) == KrStreamE::Ok) {
+    const auto wanted = std::min<std::uint64_t>(Entry().size, kFirstRead);
+    if (engine_.ReadDataBlock(first, *current_, BlocksFor(wanted)) == KrStreamE::Ok) {
         chain_.push_back(first);
     } else {
-        current_.reset();
+        current_ = nullptr;
     }
     engine_.AddReference();
 }
@@ -94,24 +98,15 @@ std::streamsize KrIOStreamDevice::Data::Read(char* bytes, std::size_t count) {
         return -1;
     }
     count = static_cast<std::size_t>(std::min<std::uint64_t>(count, size - position_));
-    std::size_t done = 0;
-    while (done < count) {
-        const bool found = GoToBlock(BlockOfPosition());
-        // Only in the last block of a chain can there be less than a full payload.
-        const std::size_t held =
-            found ? (NextOfCurrent() == kNoBlock ? current_->Used() : kPayloadSize) : 0;
-        if (held <= OffsetInBlock()) {
-            Require(done > 0 && IsUsable(), kReadError);
-            return static_cast<std::streamsize>(done);
-        }
-        const std::size_t piece = std::min(count - done, held - OffsetInBlock());
-        std::memcpy(bytes + done, current_->Payload() + OffsetInBlock(), piece);
-        done += piece;
-        position_ += piece;
+    if (count == 0) {
+        return 0;
     }
+    const std::size_t done = ReadPayload(bytes, count);
+    Require(done > 0 && IsUsable(), kReadError);
+    position_ += done;
     // A chain that ends in a full block was made by another writer; it gets the empty block that
     // belongs there.
-    if (position_ == size && EndsInFullBlock() && engine_.MayWrite(current_->Number())) {
+    if (position_ == size && EndsInFullBlock() && engine_.MayWrite(chain_.back())) {
         Require(AppendBlock(), kReadError);
     }
     return static_cast<std::streamsize>(done);
@@ -184,10 +179,30 @@ BlockNumber KrIOStreamDevice::Data::NextOfCurrent() const {
     return engine_.IsUnwritten(next) ? kNoBlock : next;
 }
 
-bool KrIOStreamDevice::Data::EndsInFullBlock() const {
-    return current_ != nullptr && OffsetInBlock() == 0 && position_ > 0 &&
-           blockIndex_ + 1 == BlockOfPosition() && current_->Next() == kNoBlock &&
-           current_->Used() == kPayloadSize;
+// Copies from the current block, which may hold what is not written yet, and from the blocks of the
+// chain; returns how many bytes there were before the chain's end or an error.
+std::size_t KrIOStreamDevice::Data::ReadPayload(char* bytes, std::size_t count) {
+    const std::size_t index = BlockOfPosition();
+    if (current_ != nullptr && index == blockIndex_ && OffsetInBlock() + count <= HeldByCurrent()) {
+        std::memcpy(bytes, current_->Payload() + OffsetInBlock(), count);
+        return count;
+    }
+    return WriteCurrent() && Knows(index)
+               ? engine_.ReadPayload(chain_, index, OffsetInBlock(), bytes, count)
+               : 0;
+}
+
+// Only in the last block of a chain can there be less than a full payload.
+std::size_t KrIOStreamDevice::Data::HeldByCurrent() const {
+    return NextOfCurrent() == kNoBlock ? current_->Used() : kPayloadSize;
+}
+
+// Whether the position is at the end of the chain's last block and that block is full. The current
+// block is then that one.
+bool KrIOStreamDevice::Data::EndsInFullBlock() {
+    const std::size_t index = BlockOfPosition();
+    return OffsetInBlock() == 0 && index > 0 && index == chain_.size() && GoToBlock(index - 1) &&
+           current_->Next() == kNoBlock && current_->Used() == kPayloadSize;
 }
 
 // Makes block `index` of the chain the current one; false when the chain ends before it or the
@@ -196,7 +211,7 @@ bool KrIOStreamDevice::Data::GoToBlock(std::size_t index) {
     if (current_ == nullptr || index == blockIndex_) {
         return current_ != nullptr;
     }
-    if (!WriteCurrent() || !ExtendKnownChain(index) ||
+    if (!WriteCurrent() || !Knows(index) ||
         engine_.ReadDataBlock(chain_[index], *current_) != KrStreamE::Ok) {
         return false;
     }
@@ -204,32 +219,17 @@ bool KrIOStreamDevice::Data::GoToBlock(std::size_t index) {
     return true;
 }
 
-// Follows links from the last block known until block `index` is known too.
-bool KrIOStreamDevice::Data::ExtendKnownChain(std::size_t index) {
-    while (chain_.size() <= index) {
-        BlockNumber next = current_->Next();
-        const bool atLast = blockIndex_ + 1 == chain_.size();
-        if (!atLast && engine_.ReadLink(chain_.back(), next) != KrStreamE::Ok) {
-            return false;
-        }
-        if (next == kNoBlock || engine_.IsUnwritten(next)) {
-            return false;
-        }
-        if (chain_.size() >= engine_.ChainLimit()) {
-            engine_.ReportDamage();
-            return false;
-        }
-        chain_.push_back(next);
-    }
-    return true;
+// Whether the chain has a block `index`.
+bool KrIOStreamDevice::Data::Knows(std::size_t index) {
+    return !chain_.empty() && engine_.ExtendChain(chain_, index + 1) == KrStreamE::Ok &&
+           index < chain_.size();
 }
 
 bool KrIOStreamDevice::Data::GoToBlockOrAppend(std::size_t index) {
     if (GoToBlock(index)) {
         return true;
     }
-    return engine_.GetStatus() == KrStreamE::Ok && index > 0 && index == chain_.size() &&
-           GoToBlock(index - 1) && EndsInFullBlock() && AppendBlock();
+    return engine_.GetStatus() == KrStreamE::Ok && EndsInFullBlock() && AppendBlock();
 }
 
 // Links a new, empty block to the current one, which is the chain's last, and goes there. The full
@@ -243,7 +243,7 @@ bool KrIOStreamDevice::Data::AppendBlock() {
     if (!WriteCurrent()) {
         return false;
     }
-    current_.swap(spare_);
+    std::swap(current_, spare_);
     chain_.push_back(current_->Number());
     ++blockIndex_;
     dirty_ = true;

@@ -50,6 +50,20 @@ std::size_t StreamStore::Read(std::uint64_t offset, unsigned char* bytes, std::s
     });
 }
 
+const unsigned char* StreamStore::View(std::uint64_t offset, std::size_t) {
+    return Read(offset, view_.data(), view_.size()) == view_.size() ? view_.data() : nullptr;
+}
+
+std::size_t StreamStore::ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
+                                   unsigned char* heads) {
+    std::size_t done = 0;
+    while (done < count && Read(offset, heads + done * size, size) == size) {
+        ++done;
+        offset += BlockFormat::kBlockSize;
+    }
+    return done;
+}
+
 bool StreamStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
     return OnBuffer(stream_, false, [&](std::streambuf& buffer) {
         const auto size = static_cast<std::streamsize>(count);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "blockfile/BlockFormat.h"
 #include "blockfile/ByteStore.h"
 
+#include <array>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -18,10 +20,14 @@ public:
     std::optional<std::uint64_t> MeasureLength();
 
     std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) override;
+    const unsigned char* View(std::uint64_t offset, std::size_t wanted) override;
+    std::size_t ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
+                          unsigned char* heads) override;
     bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
     bool Flush() override;
 
 private:
     const std::weak_ptr<std::iostream> stream_;
     const std::shared_ptr<std::iostream> owned_;
+    std::array<unsigned char, BlockFormat::kBlockSize> view_;
 };

@@ -1,0 +1,140 @@
+#include "blockfile/EntryBuffer.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+
+/// Batches small reads and writes; about ten blocks.
+constexpr std::streamsize kBufferSize = 10240;
+/// From here on the device's own work is more than that of asking it.
+constexpr std::streamsize kLargeRequest = 1024;
+
+} // namespace
+
+EntryBuffer::EntryBuffer(const KrIOStreamDevice& device, std::ios& owner)
+    : device_(device), owner_(owner) {}
+
+EntryBuffer::~EntryBuffer() {
+    try {
+        Send();
+    } catch (...) {
+        // The engine has the status.
+    }
+}
+
+EntryBuffer::int_type EntryBuffer::underflow() {
+    if (gptr() == egptr()) {
+        BeginReading();
+        const std::streamsize got = device_.read(Buffer(), kBufferSize);
+        setg(Buffer(), Buffer(), Buffer() + std::max<std::streamsize>(got, 0));
+    }
+    return gptr() < egptr() ? traits_type::to_int_type(*gptr()) : traits_type::eof();
+}
+
+// Called where nothing read is left before the current place, or another character was read there.
+EntryBuffer::int_type EntryBuffer::pbackfail(int_type c) {
+    const std::streamoff position = Position();
+    if (position == 0 || std::streamoff(seekoff(position - 1, std::ios_base::beg,
+                                                std::ios_base::in)) != position - 1) {
+        return traits_type::eof();
+    }
+    const int_type before = underflow();
+    const bool isIt =
+        traits_type::eq_int_type(c, traits_type::eof()) || traits_type::eq_int_type(c, before);
+    if (!isIt) {
+        gbump(1);
+    }
+    return isIt ? before : traits_type::eof();
+}
+
+EntryBuffer::int_type EntryBuffer::overflow(int_type c) {
+    BeginWriting();
+    Send();
+    setp(Buffer(), Buffer() + kBufferSize);
+    return traits_type::eq_int_type(c, traits_type::eof()) ? traits_type::not_eof(c)
+                                                           : sputc(traits_type::to_char_type(c));
+}
+
+std::streamsize EntryBuffer::xsgetn(char* bytes, std::streamsize count) {
+    std::streamsize done = std::min<std::streamsize>(count, egptr() - gptr());
+    std::copy_n(gptr(), done, bytes);
+    gbump(static_cast<int>(done));
+    if (count - done < kLargeRequest) {
+        return done + std::streambuf::xsgetn(bytes + done, count - done);
+    }
+    BeginReading();
+    for (std::streamsize got = 1; got > 0 && done < count;
+         done += std::max<std::streamsize>(got, 0)) {
+        got = device_.read(bytes + done, count - done);
+    }
+    return done;
+}
+
+std::streamsize EntryBuffer::xsputn(const char* bytes, std::streamsize count) {
+    if (count < kLargeRequest) {
+        return std::streambuf::xsputn(bytes, count);
+    }
+    BeginWriting();
+    Send();
+    return device_.write(bytes, count);
+}
+
+int EntryBuffer::sync() {
+    Send();
+    device_.flush();
+    return 0;
+}
+
+EntryBuffer::pos_type EntryBuffer::seekoff(off_type offset, std::ios_base::seekdir direction,
+                                           std::ios_base::openmode) {
+    try {
+        if (offset == 0 && direction == std::ios_base::cur) {
+            return Position();
+        }
+        BeginWriting();
+        Send();
+        return device_.seek(offset, direction);
+    } catch (const std::ios_base::failure&) {
+        owner_.setstate(std::ios_base::badbit);
+        return {off_type(-1)};
+    }
+}
+
+EntryBuffer::pos_type EntryBuffer::seekpos(pos_type position, std::ios_base::openmode which) {
+    return seekoff(position, std::ios_base::beg, which);
+}
+
+void EntryBuffer::BeginReading() {
+    Send();
+    setg(nullptr, nullptr, nullptr);
+}
+
+// Takes the device back over what was read ahead.
+void EntryBuffer::BeginWriting() {
+    if (gptr() < egptr()) {
+        device_.seek(gptr() - egptr(), std::ios_base::cur);
+    }
+    setg(nullptr, nullptr, nullptr);
+}
+
+// Forgotten at once: what could not be written is not tried again.
+void EntryBuffer::Send() {
+    const char* const bytes = pbase();
+    const std::streamsize count = pptr() - pbase();
+    setp(nullptr, nullptr);
+    if (count > 0) {
+        device_.write(bytes, count);
+    }
+}
+
+char* EntryBuffer::Buffer() {
+    if (buffer_ == nullptr) {
+        buffer_.reset(new char[kBufferSize]);
+    }
+    return buffer_.get();
+}
+
+std::streamoff EntryBuffer::Position() {
+    return device_.seek(0, std::ios_base::cur) + (pptr() - pbase()) - (egptr() - gptr());
+}

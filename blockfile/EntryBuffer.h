@@ -1,0 +1,43 @@
+#pragma once
+
+#include "blockfile/KrIOStreamDevice.h"
+
+#include <ios>
+#include <memory>
+#include <streambuf>
+
+/// The buffer of the stream over an entry. It gathers small reads and writes; large ones go past it
+/// to the device. One run of bytes serves both directions: at any time it holds what was read
+/// ahead, or what is still to be written, or nothing.
+///
+/// Where the device throws, reading and writing let the exception through, as stream operations
+/// turn it into badbit; positioning, which they let escape to the caller, sets the owner's badbit
+/// itself.
+class EntryBuffer : public std::streambuf {
+public:
+    EntryBuffer(const KrIOStreamDevice& device, std::ios& owner);
+    /// Sends what is still to be written; a failure shows in the engine's status alone.
+    ~EntryBuffer() override;
+
+protected:
+    int_type underflow() override;
+    int_type pbackfail(int_type c) override;
+    int_type overflow(int_type c) override;
+    std::streamsize xsgetn(char* bytes, std::streamsize count) override;
+    std::streamsize xsputn(const char* bytes, std::streamsize count) override;
+    int sync() override;
+    pos_type seekoff(off_type offset, std::ios_base::seekdir direction,
+                     std::ios_base::openmode which) override;
+    pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
+
+private:
+    void BeginReading();
+    void BeginWriting();
+    void Send();
+    char* Buffer();
+    std::streamoff Position();
+
+    KrIOStreamDevice device_;
+    std::ios& owner_;
+    std::unique_ptr<char[]> buffer_;
+};
