@@ -73,7 +73,10 @@ Bench::~Bench() {
 std::vector<Standing> Bench::Run(const Row& row) {
     std::vector<Standing> standings;
     for (const Contender& contender : AllContenders()) {
-        if (TakesPart(row, contender)) {
+        const bool wanted =
+            options_.stores.empty() || std::count(options_.stores.begin(), options_.stores.end(),
+                                                  contender.name) != 0;
+        if (wanted && TakesPart(row, contender)) {
             standings.push_back(Compare(row, contender.name));
         }
     }

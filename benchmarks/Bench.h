@@ -26,6 +26,8 @@ struct Options {
     std::string diskFolder;
     std::string memoryFolder;
     std::size_t samples = 5;
+    /// Names of the stores to compare; all when empty.
+    std::vector<std::string> stores;
     /// Only a fraction of the work, to see whether the program works.
     bool small = false;
 };

@@ -72,6 +72,7 @@ void Run(int argc, const char* const* argv) {
     CLI::App app("Measures TALVOkrstream, its peers and bare system calls side by side and prints "
                  "ratios.");
     app.add_option("--rows", arguments.rows, "Only these rows, as in W1 W4")->type_name("ROW");
+    app.add_option("--stores", arguments.options.stores, "Only these stores")->type_name("STORE");
     app.add_option("--samples", arguments.options.samples, "Samples of each row and store")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
