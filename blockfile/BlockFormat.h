@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 /// The on-disk layout of a block file. Every offset of the format stands here and nowhere else;
 /// docs/format.md shows the same layout as tables and a picture.
@@ -117,6 +118,9 @@ struct Header {
 Header UnpackHeader(const unsigned char* block);
 void PackHeader(const Header& header, unsigned char* block);
 
+inline BlockNumber NumberOf(const unsigned char* block) {
+    return LoadLittleEndian<BlockNumber>(block + kNumberOffset);
+}
 inline BlockNumber NextOf(const unsigned char* block) {
     return LoadLittleEndian<BlockNumber>(block + kNextOffset);
 }
@@ -127,11 +131,15 @@ inline std::size_t UsedOf(const unsigned char* block) {
 /// Whether a data block read at position `number` may be believed: it carries that number and no
 /// more used bytes than a payload has.
 inline bool IsSoundDataBlock(const unsigned char* block, BlockNumber number) {
-    return LoadLittleEndian<BlockNumber>(block + kNumberOffset) == number &&
-           UsedOf(block) <= kPayloadSize;
+    return NumberOf(block) == number && UsedOf(block) <= kPayloadSize;
 }
 
 /// The format version that a signature says, 1 or 2; 0 for a block that is not of this format.
 int VersionOf(const Signature& signature);
+/// Whether a block says that it is of this format.
+inline bool HasSignature(const unsigned char* block) {
+    return std::memcmp(block + kSignatureOffset, kSignature.data(), kSignatureSize) == 0 ||
+           VersionOf(UnpackHeader(block).signature) != 0;
+}
 
 } // namespace BlockFormat

@@ -14,11 +14,11 @@ std::optional<HeaderScan> HeaderScan::Of(BlockFile& file) {
         if (head == nullptr) {
             return std::nullopt;
         }
-        const Header header = UnpackHeader(head);
-        if (header.number != number || VersionOf(header.signature) == 0) {
+        if (NumberOf(head) != number || !HasSignature(head)) {
             return std::nullopt;
         }
-        scan.blocks.push_back({header.next, header.inUse != 0, IsSoundDataBlock(head, number)});
+        scan.blocks.push_back(
+            {NextOf(head), head[kInUseOffset] != 0, UsedOf(head) <= kPayloadSize});
     }
     return scan;
 }
@@ -30,7 +30,9 @@ public:
     ChainWalk(const HeaderScan& scan, const Directory& directory, ChainAudit& audit)
         : blocks_(scan.blocks), directory_(directory), audit_(audit), reached_(blocks_.size()) {}
 
-    void Follow(BlockNumber firstBlock, UsageTable& usage) {
+    bool Reached(BlockNumber number) const { return reached_[number]; }
+
+    void Follow(BlockNumber firstBlock) {
         BlockNumber previous = kNoBlock;
         for (BlockNumber number = firstBlock; number != kNoBlock; number = blocks_[number].next) {
             if (number >= blocks_.size()) {
@@ -49,7 +51,6 @@ public:
                 return;
             }
             reached_[number] = true;
-            usage.Set(number, true);
             previous = number;
         }
     }
@@ -63,12 +64,16 @@ private:
 
 } // namespace
 
-ChainAudit::ChainAudit(const HeaderScan& scan, const Directory& directory, UsageTable& usage) {
-    for (BlockNumber number = 1; number < scan.blocks.size(); ++number) {
-        usage.Set(number, scan.blocks[number].inUse || directory.HoldsBlock(number));
-    }
+ChainAudit::ChainAudit(const HeaderScan& scan, const Directory& directory,
+                       std::vector<unsigned char>& used) {
     ChainWalk walk(scan, directory, *this);
     for (auto slot = directory.NextInUse(0); slot; slot = directory.NextInUse(*slot + 1)) {
-        walk.Follow(directory.Entry(*slot).firstBlock, usage);
+        walk.Follow(directory.Entry(*slot).firstBlock);
+    }
+    used.resize(scan.blocks.size());
+    for (BlockNumber number = 1; number < scan.blocks.size(); ++number) {
+        used[number] =
+            scan.blocks[number].inUse || directory.HoldsBlock(number) || walk.Reached(number) ? 1
+                                                                                              : 0;
     }
 }

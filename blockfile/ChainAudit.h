@@ -2,7 +2,6 @@
 
 #include "blockfile/BlockFile.h"
 #include "blockfile/Directory.h"
-#include "blockfile/UsageTable.h"
 
 #include <cstdint>
 #include <optional>
@@ -39,8 +38,9 @@ struct ChainAudit {
 
     ChainAudit() = default;
 
-    /// Enters into `usage` every block that is marked used, belongs to the directory, or is part of
-    /// an entry's chain: a block marked used by mistake is only wasted; one marked free by mistake
-    /// would be given to a second entry.
-    ChainAudit(const HeaderScan& scan, const Directory& directory, UsageTable& usage);
+    /// Sets `used` to a flag for each block: 1 for every block that is marked used, belongs to the
+    /// directory, or is part of an entry's chain. A block marked used by mistake is only wasted;
+    /// one marked free by mistake would be given to a second entry.
+    ChainAudit(const HeaderScan& scan, const Directory& directory,
+               std::vector<unsigned char>& used);
 };

@@ -5,8 +5,6 @@
 #include "blockfile/ServerRegistry.h"
 #include "blockfile/StreamStore.h"
 
-#include <TALVOutl/Paths.h>
-
 #include <algorithm>
 
 using namespace BlockFormat;
@@ -18,7 +16,8 @@ CompoundFileServer::~CompoundFileServer() {
     Close();
 }
 
-KrStreamE::Status CompoundFileServer::Open(const char* path, KrStreamE::OpenMode mode) {
+KrStreamE::Status CompoundFileServer::Open(const char* path, const std::string& canonicalPath,
+                                           KrStreamE::OpenMode mode) {
     Reset();
     readOnly_ = mode != KrStreamE::ReadWrite;
     try {
@@ -29,7 +28,7 @@ KrStreamE::Status CompoundFileServer::Open(const char* path, KrStreamE::OpenMode
         }
         const std::uint64_t length = file->Length();
         if (OpenStore(std::move(file), length) == KrStreamE::Ok) {
-            path_ = KrGetCanonicalPath(path);
+            path_ = canonicalPath;
         }
         return status_;
     } catch (...) {
@@ -172,14 +171,13 @@ void CompoundFileServer::LoadDirectory() {
     if (file_.BlockCount() == 0) {
         return;
     }
-    DirBlock block;
-    for (BlockNumber number = kFirstBlock; number != kNoBlock; number = block.header.next) {
+    for (BlockNumber number = kFirstBlock; number != kNoBlock;
+         number = directory_.Block(directory_.BlockCount() - 1).header.next) {
         // A second visit means that the chain runs in a circle.
         if (directory_.HoldsBlock(number)) {
             throw CompoundFileServerError{KrStreamE::Failed};
         }
-        ReadDirBlock(number, block);
-        directory_.AppendLoaded(block);
+        ReadDirBlock(number);
     }
     formatVersion_ = VersionOf(directory_.Block(0).header.signature);
 }
@@ -189,11 +187,12 @@ void CompoundFileServer::LoadUsage() {
     if (!scan) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-    audit_ = ChainAudit(*scan, directory_, usage_);
+    std::vector<unsigned char> used;
+    audit_ = ChainAudit(*scan, directory_, used);
     const std::vector<unsigned char> snapshot = ReadFreeList();
-    for (BlockNumber number = 1; number < snapshot.size(); ++number) {
-        if (snapshot[number] != 0) {
-            usage_.Set(number, true);
-        }
-    }
+    std::transform(snapshot.begin(), snapshot.end(), used.begin(), used.begin(),
+                   [](unsigned char marked, unsigned char found) -> unsigned char {
+                       return marked != 0 || found != 0 ? 1 : 0;
+                   });
+    usage_ = UsageTable(used);
 }

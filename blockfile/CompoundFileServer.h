@@ -52,7 +52,8 @@ public:
     CompoundFileServer& operator=(const CompoundFileServer&) = delete;
 
     // Opening and closing. What an engine has open is dropped, not written, by a further Open.
-    Status Open(const char* path, KrStreamE::OpenMode mode);
+    /// `canonicalPath` is the same path in canonical form.
+    Status Open(const char* path, const std::string& canonicalPath, KrStreamE::OpenMode mode);
     /// Treats the stream as new and empty; refers to it weakly.
     Status Open(const std::shared_ptr<std::iostream>& stream);
     Status Open(const std::shared_ptr<std::iostream>& stream, bool callerKeepsStream);
@@ -152,7 +153,7 @@ private:
     void RemoveEntry(Directory::Slot slot);
     Directory::Slot TakeSlot();
     void AppendDirBlock();
-    void ReadDirBlock(BlockNumber number, DirBlock& block);
+    void ReadDirBlock(BlockNumber number);
     void WriteDirBlock(std::size_t index);
     void WriteDirectory();
     void WriteChanges();

@@ -11,10 +11,6 @@ void DataBlock::Reset(BlockNumber number) {
     SetUsed(0);
 }
 
-BlockNumber DataBlock::Number() const {
-    return LoadLittleEndian<std::uint32_t>(image_.data() + kNumberOffset);
-}
-
 void DataBlock::SetNext(BlockNumber next) {
     StoreLittleEndian(image_.data() + kNextOffset, next);
 }

@@ -21,7 +21,7 @@ public:
     unsigned char* Payload() { return image_.data() + BlockFormat::kPayloadOffset; }
     const unsigned char* Payload() const { return image_.data() + BlockFormat::kPayloadOffset; }
 
-    BlockNumber Number() const;
+    BlockNumber Number() const { return BlockFormat::NumberOf(image_.data()); }
     bool IsInUse() const { return image_[BlockFormat::kInUseOffset] != 0; }
     void SetInUse(bool inUse) { image_[BlockFormat::kInUseOffset] = inUse ? 1 : 0; }
     BlockNumber Next() const { return BlockFormat::NextOf(image_.data()); }

@@ -19,15 +19,13 @@ void UnpackText(const unsigned char* bytes, char (&text)[Size]) {
     text[Size - 1] = '\0';
 }
 
-DirEntry UnpackEntry(const unsigned char* slot, const DirLayout& layout) {
-    DirEntry entry;
+void UnpackEntry(const unsigned char* slot, const DirLayout& layout, DirEntry& entry) {
     UnpackText(slot + kNameOffset, entry.name);
     UnpackText(slot + kCreatedOffset, entry.created);
     UnpackText(slot + kModifiedOffset, entry.modified);
     entry.firstBlock = LoadLittleEndian<std::uint32_t>(slot + kFirstBlockOffset);
     entry.size = layout.sizeWidth == 4 ? LoadLittleEndian<std::uint32_t>(slot + kSizeOffset)
                                        : LoadLittleEndian<std::uint64_t>(slot + kSizeOffset);
-    return entry;
 }
 
 void PackEntry(const DirEntry& entry, unsigned char* slot) {
@@ -68,7 +66,7 @@ bool DirBlock::Unpack(const unsigned char* block, BlockNumber number) {
         return false;
     }
     for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
-        entries[slot] = UnpackEntry(block + layout.SlotOffset(slot), layout);
+        UnpackEntry(block + layout.SlotOffset(slot), layout, entries[slot]);
     }
     std::copy_n(block + layout.ReservedOffset(), kReservedSize, reserved.begin());
     std::copy_n(block + kDigestOffset, kDigestSize, passwordDigest.begin());

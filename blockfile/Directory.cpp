@@ -11,7 +11,9 @@ void Directory::Clear() {
     index_.clear();
     indexed_ = false;
     shadowed_ = 0;
-    records_.clear();
+    chunks_.clear();
+    blockCount_ = 0;
+    isInUse_.clear();
     isDirBlock_.clear();
     entryCount_ = 0;
     blocksWithFreeSlot_.clear();
@@ -19,34 +21,37 @@ void Directory::Clear() {
     firstNewBlock_ = 0;
 }
 
-void Directory::AppendLoaded(const DirBlock& block) {
-    Append(block);
-    const Slot first = static_cast<Slot>((records_.size() - 1) * kSlotsPerBlock);
-    for (Slot slot = first; slot < SlotCount(); ++slot) {
-        entryCount_ += IsInUse(slot) ? 1 : 0;
+bool Directory::AppendLoaded(const unsigned char* bytes, BlockNumber number) {
+    Record& record = MakeRoom();
+    if (!record.block.Unpack(bytes, number)) {
+        return false;
     }
-    firstNewBlock_ = records_.size();
+    Enter(record);
+    firstNewBlock_ = blockCount_;
     // An old block is brought to the present version by the next flush that has something to write.
-    if (block.header.signature != kSignature) {
-        MarkBlockChanged(records_.size() - 1);
+    if (record.block.header.signature != kSignature) {
+        MarkBlockChanged(blockCount_ - 1);
     }
+    return true;
 }
 
 void Directory::AppendNew(BlockNumber number) {
-    if (!records_.empty()) {
-        records_.back().block.header.next = number;
-        MarkBlockChanged(records_.size() - 1);
+    if (!IsEmpty()) {
+        Block(blockCount_ - 1).header.next = number;
+        MarkBlockChanged(blockCount_ - 1);
     }
-    Append(DirBlock::Empty(number));
-    MarkBlockChanged(records_.size() - 1);
+    Record& record = MakeRoom();
+    record.block = DirBlock::Empty(number);
+    Enter(record);
+    MarkBlockChanged(blockCount_ - 1);
 }
 
 DirEntry& Directory::Entry(Slot slot) {
-    return records_[slot / kSlotsPerBlock].block.entries[slot % kSlotsPerBlock];
+    return Block(slot / kSlotsPerBlock).entries[slot % kSlotsPerBlock];
 }
 
 const DirEntry& Directory::Entry(Slot slot) const {
-    return records_[slot / kSlotsPerBlock].block.entries[slot % kSlotsPerBlock];
+    return Block(slot / kSlotsPerBlock).entries[slot % kSlotsPerBlock];
 }
 
 std::optional<Directory::Slot> Directory::NextInUse(Slot from) const {
@@ -84,6 +89,7 @@ void Directory::Occupy(Slot slot, std::string_view name, const char* time, Block
     std::memcpy(entry.created, time, sizeof entry.created);
     std::memcpy(entry.modified, time, sizeof entry.modified);
     entry.firstBlock = firstBlock;
+    isInUse_[slot] = true;
     ++entryCount_;
     if (!HasFreeSlot(slot / kSlotsPerBlock)) {
         blocksWithFreeSlot_.erase(slot / kSlotsPerBlock);
@@ -101,19 +107,20 @@ void Directory::Free(Slot slot) {
     DirEntry& entry = Entry(slot);
     entry.firstBlock = kNoBlock;
     entry.size = 0;
+    isInUse_[slot] = false;
     --entryCount_;
-    ++records_[slot / kSlotsPerBlock].generations[slot % kSlotsPerBlock];
+    ++At(slot / kSlotsPerBlock).generations[slot % kSlotsPerBlock];
     blocksWithFreeSlot_.insert(slot / kSlotsPerBlock);
     MarkEntryChanged(slot);
 }
 
 std::uint32_t Directory::Generation(Slot slot) const {
-    return records_[slot / kSlotsPerBlock].generations[slot % kSlotsPerBlock];
+    return At(slot / kSlotsPerBlock).generations[slot % kSlotsPerBlock];
 }
 
 void Directory::MarkBlockChanged(std::size_t index) {
-    if (!records_[index].changed) {
-        records_[index].changed = true;
+    if (!At(index).changed) {
+        At(index).changed = true;
         changedBlocks_.push_back(index);
     }
 }
@@ -129,18 +136,18 @@ std::vector<std::size_t> Directory::TakeChanged() {
     const auto firstNew = std::lower_bound(order.begin(), order.end(), firstNewBlock_);
     std::rotate(order.begin(), firstNew, order.end());
     for (const std::size_t index : order) {
-        records_[index].changed = false;
-        records_[index].block.header.signature = kSignature;
-        records_[index].block.header.inUse = 1;
+        At(index).changed = false;
+        Block(index).header.signature = kSignature;
+        Block(index).header.inUse = 1;
     }
-    firstNewBlock_ = records_.size();
+    firstNewBlock_ = blockCount_;
     return order;
 }
 
 MD5::RawDigest Directory::Digest() const {
     MD5 digest;
-    for (const Record& record : records_) {
-        record.block.AddTo(digest);
+    for (std::size_t index = 0; index < blockCount_; ++index) {
+        Block(index).AddTo(digest);
     }
     return digest.GetRawDigest();
 }
@@ -160,26 +167,37 @@ bool Directory::FoldedEqual::operator()(std::string_view a, std::string_view b) 
     });
 }
 
-void Directory::Append(const DirBlock& block) {
-    records_.push_back({block});
-    const BlockNumber number = block.header.number;
+// The place of the next record, which counts only when it has been entered.
+Directory::Record& Directory::MakeRoom() {
+    if (blockCount_ == chunks_.size() * kRecordsPerChunk) {
+        chunks_.emplace_back(new Record[kRecordsPerChunk]);
+    }
+    return At(blockCount_);
+}
+
+void Directory::Enter(const Record& record) {
+    for (const DirEntry& entry : record.block.entries) {
+        isInUse_.push_back(entry.firstBlock != kNoBlock);
+        entryCount_ += isInUse_.back() ? 1 : 0;
+    }
+    const BlockNumber number = record.block.header.number;
     if (number >= isDirBlock_.size()) {
         isDirBlock_.resize(std::size_t{number} + 1);
     }
     isDirBlock_[number] = true;
-    if (HasFreeSlot(records_.size() - 1)) {
-        blocksWithFreeSlot_.insert(records_.size() - 1);
+    ++blockCount_;
+    if (HasFreeSlot(blockCount_ - 1)) {
+        blocksWithFreeSlot_.insert(blockCount_ - 1);
     }
 }
 
 bool Directory::HasFreeSlot(std::size_t index) const {
-    const auto& entries = records_[index].block.entries;
-    return std::any_of(entries.begin(), entries.end(),
-                       [](const DirEntry& entry) { return entry.firstBlock == kNoBlock; });
+    const auto first = isInUse_.begin() + static_cast<std::ptrdiff_t>(index * kSlotsPerBlock);
+    return std::find(first, first + kSlotsPerBlock, false) != first + kSlotsPerBlock;
 }
 
 Directory::Slot Directory::SlotCount() const {
-    return static_cast<Slot>(records_.size() * kSlotsPerBlock);
+    return static_cast<Slot>(blockCount_ * kSlotsPerBlock);
 }
 
 void Directory::BuildIndex() const {

@@ -6,7 +6,7 @@
 
 #include <array>
 #include <cstdint>
-#include <deque>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -23,15 +23,16 @@ public:
 
     void Clear();
 
-    /// Appends a block as it was read from the file.
-    void AppendLoaded(const DirBlock& block);
+    /// Appends block `number` as it stands in the file; false when the bytes are no directory
+    /// block of this number.
+    bool AppendLoaded(const unsigned char* bytes, BlockNumber number);
     /// Appends an empty block and links it to the one before.
     void AppendNew(BlockNumber number);
 
-    bool IsEmpty() const { return records_.empty(); }
-    std::size_t BlockCount() const { return records_.size(); }
-    DirBlock& Block(std::size_t index) { return records_[index].block; }
-    const DirBlock& Block(std::size_t index) const { return records_[index].block; }
+    bool IsEmpty() const { return blockCount_ == 0; }
+    std::size_t BlockCount() const { return blockCount_; }
+    DirBlock& Block(std::size_t index) { return At(index).block; }
+    const DirBlock& Block(std::size_t index) const { return At(index).block; }
     /// Whether a block of the file belongs to the directory.
     bool HoldsBlock(BlockNumber number) const {
         return number < isDirBlock_.size() && isDirBlock_[number];
@@ -80,14 +81,25 @@ private:
         std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
     };
 
-    void Append(const DirBlock& block);
-    bool IsInUse(Slot slot) const { return Entry(slot).firstBlock != BlockFormat::kNoBlock; }
+    Record& At(std::size_t index) {
+        return chunks_[index / kRecordsPerChunk][index % kRecordsPerChunk];
+    }
+    const Record& At(std::size_t index) const {
+        return chunks_[index / kRecordsPerChunk][index % kRecordsPerChunk];
+    }
+    Record& MakeRoom();
+    void Enter(const Record& record);
+    bool IsInUse(Slot slot) const { return isInUse_[slot]; }
     bool HasFreeSlot(std::size_t index) const;
     Slot SlotCount() const;
     void BuildIndex() const;
     void RemoveFromIndex(Slot slot);
 
-    std::deque<Record> records_;
+    /// Neighbours in the chain lie side by side in memory, and stay where they are.
+    static constexpr std::size_t kRecordsPerChunk = 16;
+    std::vector<std::unique_ptr<Record[]>> chunks_;
+    std::size_t blockCount_ = 0;
+    std::vector<bool> isInUse_;
     std::vector<bool> isDirBlock_;
     std::size_t entryCount_ = 0;
     std::set<std::size_t> blocksWithFreeSlot_;

@@ -108,13 +108,13 @@ void CompoundFileServer::AppendDirBlock() {
     WriteDirBlock(directory_.BlockCount() - 1);
 }
 
-void CompoundFileServer::ReadDirBlock(BlockNumber number, DirBlock& block) {
+void CompoundFileServer::ReadDirBlock(BlockNumber number) {
     if (!file_.Contains(number)) {
         throw CompoundFileServerError{KrStreamE::BeyondEnd};
     }
     BlockFile::Reading reading(file_);
     const unsigned char* const raw = reading.View(number, 1);
-    if (raw == nullptr || !block.Unpack(raw, number)) {
+    if (raw == nullptr || !directory_.AppendLoaded(raw, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
 }

@@ -14,6 +14,8 @@ public:
     using BlockNumber = BlockFormat::BlockNumber;
 
     UsageTable();
+    /// Knows the blocks 1 to flags.size() - 1; element n is 1 when block n is in use, else 0.
+    explicit UsageTable(const std::vector<unsigned char>& flags);
 
     /// Records whether a block is in use; the table grows as needed.
     void Set(BlockNumber number, bool inUse);
@@ -32,9 +34,12 @@ public:
 
 private:
     void ExtendTo(BlockNumber number);
-    void AdvanceHint();
+    BlockNumber FirstFreeFrom(BlockNumber number) const;
 
     std::vector<unsigned char> flags_;
+    /// How many blocks of each group of neighbours are in use, so that a search passes over full
+    /// groups.
+    std::vector<std::uint32_t> usedInGroup_;
     BlockNumber highest_ = 0;
     /// The lowest free number, or the one after the highest.
     BlockNumber hint_ = 1;

@@ -12,12 +12,13 @@ std::shared_ptr<Servers> Servers::Get() {
 }
 
 CompoundFileServer* Servers::AcquireByPath(const char* path, KrStreamE::OpenMode mode) {
-    CompoundFileServer* const open = Find(KrGetCanonicalPath(path));
+    const std::string canonicalPath = KrGetCanonicalPath(path);
+    CompoundFileServer* const open = Find(canonicalPath);
     if (open != nullptr) {
         open->AddReference();
         return open;
     }
-    return Create(path, mode);
+    return Create(path, canonicalPath, mode);
 }
 
 CompoundFileServer* Servers::OpenStream(const std::shared_ptr<std::iostream>& stream) {

@@ -4,6 +4,8 @@
 #include <boost/filesystem/path.hpp>
 
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
 
 namespace {
 
@@ -51,6 +53,11 @@ std::string ResolveAbsolute(std::string pending) {
 std::string KrGetCanonicalPath(const char* path) {
     if (path == nullptr || *path == '\0') {
         return {};
+    }
+    // One call does for a path that exists.
+    const std::unique_ptr<char, decltype(&std::free)> existing(realpath(path, nullptr), std::free);
+    if (existing != nullptr) {
+        return existing.get();
     }
     try {
         return ResolveAbsolute(*path == '/' ? path : (fs::current_path() / path).string());
