@@ -30,7 +30,8 @@ public:
     /// Takes `count` bytes to be written at `offset`, which is at most one past the last byte.
     /// False on an error, also one of an earlier write that was still pending. Bytes reach the disk
     /// in the order of the calls, except that bytes which are still pending when they are written
-    /// again reach it in their newest form.
+    /// again reach it in their newest form, and that what one page of the file takes may reach it
+    /// at once.
     virtual bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) = 0;
 
     /// Hands everything pending to the operating system; false on an error.

@@ -6,6 +6,7 @@ using namespace BlockFormat;
 
 std::optional<HeaderScan> HeaderScan::Of(BlockFile& file) {
     HeaderScan scan;
+    scan.blocks.reserve(static_cast<std::size_t>(file.BlockCount() + 1));
     scan.blocks.resize(1);
     BlockHeads heads(file);
     const auto last = static_cast<BlockNumber>(file.BlockCount());

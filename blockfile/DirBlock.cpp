@@ -36,16 +36,27 @@ void PackEntry(const DirEntry& entry, unsigned char* slot) {
     StoreLittleEndian(slot + kSizeOffset, entry.size);
 }
 
-void AddText(MD5& digest, const char* text, std::size_t fieldSize) {
-    digest.Update(text, strnlen(text, fieldSize));
-}
+/// What of a block enters the directory's digest, gathered so that it enters in one piece.
+class DigestInput {
+public:
+    void AddText(const char* text, std::size_t fieldSize) {
+        AddBytes(text, strnlen(text, fieldSize));
+    }
+    template <typename Integer>
+    void AddInteger(Integer value) {
+        StoreLittleEndian(bytes_.data() + size_, value);
+        size_ += sizeof value;
+    }
+    void AddBytes(const void* bytes, std::size_t count) {
+        std::memcpy(bytes_.data() + size_, bytes, count);
+        size_ += count;
+    }
+    void EnterInto(MD5& digest) const { digest.Update(bytes_.data(), size_); }
 
-template <typename Integer>
-void AddInteger(MD5& digest, Integer value) {
-    std::array<unsigned char, sizeof(Integer)> bytes{};
-    StoreLittleEndian(bytes.data(), value);
-    digest.Update(bytes.data(), bytes.size());
-}
+private:
+    std::array<unsigned char, kBlockSize> bytes_;
+    std::size_t size_ = 0;
+};
 
 } // namespace
 
@@ -86,19 +97,21 @@ void DirBlock::Pack(unsigned char* block) const {
 }
 
 void DirBlock::AddTo(MD5& digest) const {
-    AddInteger(digest, header.number);
-    AddInteger(digest, header.inUse);
-    AddText(digest, header.signature.data(), header.signature.size());
-    AddInteger(digest, header.next);
+    DigestInput input;
+    input.AddInteger(header.number);
+    input.AddInteger(header.inUse);
+    input.AddText(header.signature.data(), header.signature.size());
+    input.AddInteger(header.next);
     for (const DirEntry& entry : entries) {
-        AddText(digest, entry.name, sizeof entry.name);
-        AddText(digest, entry.created, sizeof entry.created);
-        AddText(digest, entry.modified, sizeof entry.modified);
-        AddInteger(digest, entry.firstBlock);
-        AddInteger(digest, entry.size);
+        input.AddText(entry.name, sizeof entry.name);
+        input.AddText(entry.created, sizeof entry.created);
+        input.AddText(entry.modified, sizeof entry.modified);
+        input.AddInteger(entry.firstBlock);
+        input.AddInteger(entry.size);
     }
-    AddText(digest, kMagic.data(), kMagic.size());
-    digest.Update(reserved.data(), reserved.size());
-    digest.Update(passwordDigest.data(), passwordDigest.size());
-    AddInteger(digest, flags);
+    input.AddText(kMagic.data(), kMagic.size());
+    input.AddBytes(reserved.data(), reserved.size());
+    input.AddBytes(passwordDigest.data(), passwordDigest.size());
+    input.AddInteger(flags);
+    input.EnterInto(digest);
 }

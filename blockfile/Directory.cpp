@@ -8,7 +8,7 @@
 using namespace BlockFormat;
 
 void Directory::Clear() {
-    index_.clear();
+    index_.Clear();
     indexed_ = false;
     shadowed_ = 0;
     chunks_.clear();
@@ -67,8 +67,7 @@ std::optional<Directory::Slot> Directory::Find(std::string_view name) const {
     if (!indexed_) {
         BuildIndex();
     }
-    const auto found = index_.find(name);
-    return found == index_.end() ? std::nullopt : std::optional<Slot>(found->second);
+    return index_.Find(name);
 }
 
 std::optional<Directory::Slot> Directory::FreeSlot() const {
@@ -95,7 +94,7 @@ void Directory::Occupy(Slot slot, std::string_view name, const char* time, Block
         blocksWithFreeSlot_.erase(slot / kSlotsPerBlock);
     }
     if (indexed_) {
-        index_.emplace(entry.name, slot);
+        index_.Insert(entry.name, slot);
     }
     MarkEntryChanged(slot);
 }
@@ -152,21 +151,6 @@ MD5::RawDigest Directory::Digest() const {
     return digest.GetRawDigest();
 }
 
-std::size_t Directory::FoldedHash::operator()(std::string_view name) const {
-    // FNV-1a: one multiplication a byte, no copy of the folded name.
-    std::uint64_t hash = 14695981039346656037U;
-    for (const char c : name) {
-        hash = (hash ^ static_cast<unsigned char>(KrStdString::FoldClassic(c))) * 1099511628211U;
-    }
-    return static_cast<std::size_t>(hash);
-}
-
-bool Directory::FoldedEqual::operator()(std::string_view a, std::string_view b) const {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
-        return KrStdString::FoldClassic(left) == KrStdString::FoldClassic(right);
-    });
-}
-
 // The place of the next record, which counts only when it has been entered.
 Directory::Record& Directory::MakeRoom() {
     if (blockCount_ == chunks_.size() * kRecordsPerChunk) {
@@ -201,20 +185,20 @@ Directory::Slot Directory::SlotCount() const {
 }
 
 void Directory::BuildIndex() const {
-    index_.reserve(entryCount_);
+    index_.Reserve(entryCount_);
     for (auto slot = NextInUse(0); slot; slot = NextInUse(*slot + 1)) {
-        shadowed_ += index_.emplace(Entry(*slot).name, *slot).second ? 0 : 1;
+        shadowed_ += index_.Insert(Entry(*slot).name, *slot) ? 0 : 1;
     }
     indexed_ = true;
 }
 
 void Directory::RemoveFromIndex(Slot slot) {
     const std::string_view name = Entry(slot).name;
-    index_.erase(name);
+    index_.Erase(name);
     for (auto next = shadowed_ > 0 ? NextInUse(slot + 1) : std::nullopt; next;
          next = NextInUse(*next + 1)) {
-        if (FoldedEqual()(Entry(*next).name, name)) {
-            index_.emplace(Entry(*next).name, *next);
+        if (KrStdString::EqualClassic(Entry(*next).name, name)) {
+            index_.Insert(Entry(*next).name, *next);
             --shadowed_;
             return;
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "blockfile/DirBlock.h"
+#include "blockfile/NameIndex.h"
 
 #include <TALVOutl/MD5.h>
 
@@ -10,7 +11,6 @@
 #include <optional>
 #include <set>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 /// The chain of directory blocks in memory: finds entries by name, hands out free slots, and knows
@@ -69,12 +69,6 @@ public:
     MD5::RawDigest Digest() const;
 
 private:
-    struct FoldedHash {
-        std::size_t operator()(std::string_view name) const;
-    };
-    struct FoldedEqual {
-        bool operator()(std::string_view a, std::string_view b) const;
-    };
     struct Record {
         DirBlock block;
         bool changed = false;
@@ -96,7 +90,7 @@ private:
     void RemoveFromIndex(Slot slot);
 
     /// Neighbours in the chain lie side by side in memory, and stay where they are.
-    static constexpr std::size_t kRecordsPerChunk = 16;
+    static constexpr std::size_t kRecordsPerChunk = 64;
     std::vector<std::unique_ptr<Record[]>> chunks_;
     std::size_t blockCount_ = 0;
     std::vector<bool> isInUse_;
@@ -108,8 +102,8 @@ private:
     std::size_t firstNewBlock_ = 0;
 
     /// First slot of each name. Built at the first search, so that listing a file does not pay for
-    /// it; the keys look into the records.
-    mutable std::unordered_map<std::string_view, Slot, FoldedHash, FoldedEqual> index_;
+    /// it; the names are those in the records.
+    mutable NameIndex index_;
     mutable bool indexed_ = false;
     /// Slots in use that the index does not hold because an earlier one has their name. Sound files
     /// have none.

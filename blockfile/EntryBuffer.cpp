@@ -8,7 +8,7 @@ namespace {
 /// Batches small reads and writes; about ten blocks.
 constexpr std::streamsize kBufferSize = 10240;
 /// From here on the device's own work is more than that of asking it.
-constexpr std::streamsize kLargeRequest = 1024;
+constexpr std::streamsize kLargeRequest = 512;
 
 } // namespace
 

@@ -19,6 +19,8 @@ namespace {
 /// Large enough that a sequential pass is bound by copying, not by calls, and small enough for a
 /// processor's cache.
 constexpr std::size_t kWindowSize = std::size_t{128} * 1024;
+/// What the system takes over whole or not at all, should the program be killed in a write.
+constexpr std::uint64_t kPage = 4096;
 /// A window this large is enough for reads here and there, and costs nothing to make.
 constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
 /// A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
@@ -102,7 +104,7 @@ std::size_t FileStore::ReadHeads(std::uint64_t offset, std::size_t size, std::si
 }
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
-    if (!JoinsPending(offset) || !FitsWindow(offset, count)) {
+    if (!JoinsPending(offset, count) || !FitsWindow(offset, count)) {
         if (!Flush()) {
             return false;
         }
@@ -116,6 +118,7 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
     const auto at = static_cast<std::size_t>(offset - windowStart_);
     std::memcpy(window_.get() + at, bytes, count);
     windowLength_ = std::max(windowLength_, at + count);
+    pendingBegin_ = std::min(pendingBegin_, at);
     pendingEnd_ = std::max(pendingEnd_, at + count);
     return true;
 }
@@ -181,9 +184,15 @@ void FileStore::Reserve(std::size_t size) {
     }
 }
 
-bool FileStore::JoinsPending(std::uint64_t offset) const {
-    return pendingBegin_ < pendingEnd_ && offset >= windowStart_ + pendingBegin_ &&
-           offset <= windowStart_ + pendingEnd_;
+// Whether bytes may be sent together with those that are pending: where they touch them, or where
+// one page takes both.
+bool FileStore::JoinsPending(std::uint64_t offset, std::size_t count) const {
+    const std::uint64_t begin = windowStart_ + pendingBegin_;
+    const std::uint64_t end = windowStart_ + pendingEnd_;
+    const bool touches = offset >= begin && offset <= end;
+    const bool inOnePage =
+        std::min(begin, offset) / kPage == (std::max(end, offset + count) - 1) / kPage;
+    return pendingBegin_ < pendingEnd_ && (touches || inOnePage);
 }
 
 bool FileStore::FitsWindow(std::uint64_t offset, std::size_t count) const {

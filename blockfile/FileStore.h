@@ -33,7 +33,7 @@ private:
     bool Load(std::uint64_t offset, std::size_t wanted);
     void Reserve(std::size_t size);
     void DropPartOfBlock() const;
-    bool JoinsPending(std::uint64_t offset) const;
+    bool JoinsPending(std::uint64_t offset, std::size_t count) const;
     bool FitsWindow(std::uint64_t offset, std::size_t count) const;
 
     const int descriptor_;

@@ -2,6 +2,7 @@
 
 #include <TALVOutl/Export.h>
 
+#include <algorithm>
 #include <locale>
 #include <string_view>
 
@@ -44,6 +45,13 @@ TALVOUTL_EXPORT bool FoldsLikeClassic(const std::locale& locale);
 /// A byte folded to lower case as the classic locale does it.
 constexpr char FoldClassic(char c) {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+/// Whether two texts are the same when folded as the classic locale does it.
+inline bool EqualClassic(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
+        return FoldClassic(left) == FoldClassic(right);
+    });
 }
 
 } // namespace KrStdString

@@ -1,0 +1,96 @@
+#include "blockfile/NameIndex.h"
+
+#include <TALVOutl/Strings.h>
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::size_t kFewestBuckets = 16;
+
+bool IsFull(std::size_t count, std::size_t buckets) {
+    return count * 4 > buckets * 3;
+}
+
+} // namespace
+
+void NameIndex::Clear() {
+    buckets_ = {};
+    count_ = 0;
+}
+
+void NameIndex::Reserve(std::size_t count) {
+    std::size_t size = std::max(buckets_.size(), kFewestBuckets);
+    while (IsFull(count, size)) {
+        size *= 2;
+    }
+    if (size > buckets_.size()) {
+        Rehash(size);
+    }
+}
+
+bool NameIndex::Insert(const char* name, std::uint32_t number) {
+    Reserve(count_ + 1);
+    const std::uint32_t hash = HashOf(name);
+    Bucket& bucket = buckets_[BucketFor(name, hash)];
+    if (bucket.name != nullptr) {
+        return false;
+    }
+    bucket = {name, hash, number};
+    ++count_;
+    return true;
+}
+
+std::optional<std::uint32_t> NameIndex::Find(std::string_view name) const {
+    if (count_ == 0) {
+        return std::nullopt;
+    }
+    const Bucket& bucket = buckets_[BucketFor(name, HashOf(name))];
+    return bucket.name == nullptr ? std::nullopt : std::optional<std::uint32_t>(bucket.number);
+}
+
+void NameIndex::Erase(std::string_view name) {
+    std::size_t hole = BucketFor(name, HashOf(name));
+    buckets_[hole] = {};
+    --count_;
+    // What stands behind moves up, unless that would bring it before its own place.
+    for (std::size_t at = NextTo(hole); buckets_[at].name != nullptr; at = NextTo(at)) {
+        const std::size_t mask = buckets_.size() - 1;
+        const std::size_t fromHome = (at - buckets_[at].hash) & mask;
+        if (fromHome >= ((at - hole) & mask)) {
+            buckets_[hole] = buckets_[at];
+            buckets_[at] = {};
+            hole = at;
+        }
+    }
+}
+
+// FNV-1a, one multiplication a byte and no copy of the folded name. It begins with a number of the
+// process's own, so that no file can be made whose names all share one place.
+std::uint32_t NameIndex::HashOf(std::string_view name) const {
+    std::uint64_t hash = 14695981039346656037U ^ reinterpret_cast<std::uintptr_t>(this);
+    for (const char c : name) {
+        hash = (hash ^ static_cast<unsigned char>(KrStdString::FoldClassic(c))) * 1099511628211U;
+    }
+    return static_cast<std::uint32_t>(hash ^ hash >> 32);
+}
+
+// The bucket that has the name, or the free one where it would go.
+std::size_t NameIndex::BucketFor(std::string_view name, std::uint32_t hash) const {
+    std::size_t at = hash & (buckets_.size() - 1);
+    while (buckets_[at].name != nullptr &&
+           (buckets_[at].hash != hash || !KrStdString::EqualClassic(buckets_[at].name, name))) {
+        at = NextTo(at);
+    }
+    return at;
+}
+
+void NameIndex::Rehash(std::size_t size) {
+    std::vector<Bucket> old(size);
+    old.swap(buckets_);
+    for (const Bucket& bucket : old) {
+        if (bucket.name != nullptr) {
+            buckets_[BucketFor(bucket.name, bucket.hash)] = bucket;
+        }
+    }
+}
