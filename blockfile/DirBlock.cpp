@@ -8,30 +8,27 @@
 
 using namespace BlockFormat;
 
-static_assert(sizeof(DirEntry::name) == kNameSize);
-static_assert(sizeof(DirEntry::created) == kTimeSize && sizeof(DirEntry::modified) == kTimeSize);
+// The three texts lie in a record as they do on disk, and are moved together.
+constexpr std::size_t kTextsSize = kFirstBlockOffset;
+static_assert(offsetof(DirEntry, name) == kNameOffset &&
+              offsetof(DirEntry, created) == kCreatedOffset &&
+              offsetof(DirEntry, modified) == kModifiedOffset &&
+              kModifiedOffset + sizeof(DirEntry::modified) == kTextsSize);
 
 namespace {
 
-template <std::size_t Size>
-void UnpackText(const unsigned char* bytes, char (&text)[Size]) {
-    std::memcpy(text, bytes, Size);
-    text[Size - 1] = '\0';
-}
-
 void UnpackEntry(const unsigned char* slot, const DirLayout& layout, DirEntry& entry) {
-    UnpackText(slot + kNameOffset, entry.name);
-    UnpackText(slot + kCreatedOffset, entry.created);
-    UnpackText(slot + kModifiedOffset, entry.modified);
+    std::memcpy(&entry, slot, kTextsSize);
+    entry.name[sizeof entry.name - 1] = '\0';
+    entry.created[sizeof entry.created - 1] = '\0';
+    entry.modified[sizeof entry.modified - 1] = '\0';
     entry.firstBlock = LoadLittleEndian<std::uint32_t>(slot + kFirstBlockOffset);
     entry.size = layout.sizeWidth == 4 ? LoadLittleEndian<std::uint32_t>(slot + kSizeOffset)
                                        : LoadLittleEndian<std::uint64_t>(slot + kSizeOffset);
 }
 
 void PackEntry(const DirEntry& entry, unsigned char* slot) {
-    std::memcpy(slot + kNameOffset, entry.name, sizeof entry.name);
-    std::memcpy(slot + kCreatedOffset, entry.created, sizeof entry.created);
-    std::memcpy(slot + kModifiedOffset, entry.modified, sizeof entry.modified);
+    std::memcpy(slot, &entry, kTextsSize);
     StoreLittleEndian(slot + kFirstBlockOffset, entry.firstBlock);
     StoreLittleEndian(slot + kSizeOffset, entry.size);
 }

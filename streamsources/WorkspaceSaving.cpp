@@ -37,6 +37,18 @@ Source::Error MakeFile(const std::string& path, CompoundFile& file) {
     return Source::NoError;
 }
 
+/// Sets a mark as long as it lives.
+class PassingOn {
+public:
+    explicit PassingOn(bool& mark) : mark_(mark) { mark_ = true; }
+    ~PassingOn() { mark_ = false; }
+    PassingOn(const PassingOn&) = delete;
+    PassingOn& operator=(const PassingOn&) = delete;
+
+private:
+    bool& mark_;
+};
+
 /// Hands what was written to the operating system and sees whether all of it got there.
 Source::Error Finish(CompoundFile& file) {
     file.Flush();
@@ -165,6 +177,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFi
     if (target.EncryptLike(compoundFile_) != KrStreamE::Ok) {
         return CompoundFileCorrupt;
     }
+    const PassingOn passingOn(state_->passesEntriesOn);
     for (const std::string& stream : streams) {
         // What such a file stands in front of is still what was saved last.
         const bool hasUnsavedFile =
@@ -178,7 +191,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFi
         const Error error =
             in == nullptr ? CompoundFileCorrupt : CopyToBlockFile(target, *in, stream.c_str());
         if (error != NoError) {
-            return error;
+            return FindFile(stream) ? error : CompoundFileCorrupt;
         }
     }
     return NoError;

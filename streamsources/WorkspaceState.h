@@ -43,6 +43,9 @@ struct CompoundFileStreamSource::State {
     /// Streams whose files are copies of their entries, spelled as the files: another spelling is
     /// another file, which the application has put there.
     StreamSet unchanged;
+    /// Everything is being copied elsewhere: what has no file is read from its entry, for a file
+    /// that only passes it on would be written in vain.
+    bool passesEntriesOn = false;
     /// Handed out as temporary, and not as ordinary streams since.
     StreamSet temporary;
 };

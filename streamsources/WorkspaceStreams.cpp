@@ -85,7 +85,7 @@ std::unique_ptr<std::istream> CompoundFileStreamSource::GetIStream(const char* n
         if (!file && state_->deleted.count(stream) != 0) {
             return nullptr;
         }
-        if (!file && !CanBeFile(stream)) {
+        if (!file && (state_->passesEntriesOn || !CanBeFile(stream))) {
             return compoundFile_.GetIOStream(stream.c_str(), "rb");
         }
         if (!file && ExtractFile(stream.c_str())) {

@@ -152,7 +152,8 @@ public:
     /// last saved, if ever; the copy of an encrypted file is encrypted under the same password. A
     /// file that is there is removed first, and its permission bits are taken over. The source goes
     /// on with its own compound file, which is not written, but counts as clean. Streams that are
-    /// not in the workspace yet are copied out.
+    /// not in the workspace stay out of it: GetIStream, which is asked for each of them, hands out
+    /// their entries meanwhile.
     ///
     /// With everything as it was: CouldNotOpenCompoundFile for a closed or failed source;
     /// CompoundFileCorrupt while the password is missing; FileSystemError when `path` is in use (by
