@@ -17,7 +17,7 @@ namespace {
 namespace fs = boost::filesystem;
 
 fs::path MakeFolder(const std::string& parent) {
-    const fs::path folder = fs::path(parent) / fs::unique_path("krstream-bench-%%%%%%%%");
+    fs::path folder = fs::path(parent) / fs::unique_path("krstream-bench-%%%%%%%%");
     fs::create_directory(folder);
     return folder;
 }
@@ -74,22 +74,27 @@ std::vector<Standing> Bench::Run(const Row& row) {
     std::vector<Standing> standings;
     for (const Contender& contender : AllContenders()) {
         const bool wanted =
-            options_.stores.empty() || std::count(options_.stores.begin(), options_.stores.end(),
-                                                  contender.name) != 0;
+            options_.stores.empty() ||
+            std::count(options_.stores.begin(), options_.stores.end(), contender.name) != 0;
         if (wanted && TakesPart(row, contender)) {
-            standings.push_back(Compare(row, contender.name));
+            standings.push_back(Compare(row, contender.name, kCounterpart));
         }
+    }
+    if (row.floor != nullptr) {
+        standings.push_back(Compare(
+            row, kFloor, row.floorCounterpart == nullptr ? kCounterpart : kFloorCounterpart));
     }
     return standings;
 }
 
-Standing Bench::Compare(const Row& row, const std::string& store) {
+Standing Bench::Compare(const Row& row, const std::string& store,
+                        const std::string& counterpartName) {
     Standing standing;
     standing.store = store;
     std::vector<std::uint64_t> written;
     std::vector<std::int64_t> memory;
     for (std::size_t i = 0; i < options_.samples; ++i) {
-        const Sample counterpart = Take(row, kCounterpart);
+        const Sample counterpart = Take(row, counterpartName);
         const Sample sample = Take(row, store);
         standing.ratios.push_back(sample.seconds / counterpart.seconds);
         written.push_back(sample.bytesWritten);
@@ -106,8 +111,10 @@ Sample Bench::Take(const Row& row, const std::string& store) {
     const fs::path& folder = FolderOf(row.place);
     const std::string path = StartOf(row, store);
     const fs::path scratch = folder / "scratch";
-    // What others left to be written must not be paid for here.
-    sync();
+    if (!options_.small) {
+        // What others left to be written must not be paid for here.
+        sync();
+    }
     Sample sample;
     std::istringstream(
         RunSelf({"sample", row.id, store, path, scratch.string()}, options_.small)) >>
@@ -130,8 +137,8 @@ std::string Bench::StartOf(const Row& row, const std::string& store) {
     if (row.start == Dataset::None) {
         return (folder / "fresh").string();
     }
-    const std::string owner =
-        store == kCounterpart && row.counterpartNeedsStore ? KrstreamContender().name : store;
+    const bool onOurStore = store == kFloor || (store == kCounterpart && row.counterpartNeedsStore);
+    const std::string owner = onOurStore ? KrstreamContender().name : store;
     const std::string file = owner + std::to_string(static_cast<int>(row.start));
     const auto [found, isNew] = built_.emplace(file, (folder / file).string());
     if (isNew) {
@@ -155,6 +162,11 @@ Sample TakeSample(const std::string& row, const std::string& store, const std::s
     const Job job{sizes, path, scratch};
     const Row& which = FindRow(row);
     WarmUp(std::max(sizes.smallStreams, sizes.mediumStreams));
-    return store == kCounterpart ? which.counterpartMeasure(job)
-                                 : which.measure(job, FindContender(AllContenders(), store));
+    if (store == kCounterpart) {
+        return which.counterpartMeasure(job);
+    }
+    if (store == kFloor || store == kFloorCounterpart) {
+        return store == kFloor ? which.floor(job) : which.floorCounterpart(job);
+    }
+    return which.measure(job, FindContender(AllContenders(), store));
 }

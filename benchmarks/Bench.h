@@ -49,7 +49,7 @@ private:
     const Path& FolderOf(Row::Place place) const;
     std::string StartOf(const Row& row, const std::string& store);
     Sample Take(const Row& row, const std::string& store);
-    Standing Compare(const Row& row, const std::string& store);
+    Standing Compare(const Row& row, const std::string& store, const std::string& counterpartName);
 
     const Options options_;
     const Path disk_;
@@ -64,5 +64,7 @@ void BuildStart(const std::string& row, const std::string& store, const std::str
 Sample TakeSample(const std::string& row, const std::string& store, const std::string& path,
                   const std::string& scratch, const Sizes& sizes);
 
-/// The name by which samples of a counterpart are asked for.
+/// The names by which samples of a row's counterpart and of its floor are asked for.
 constexpr char kCounterpart[] = "counterpart";
+constexpr char kFloor[] = "(floor)";
+constexpr char kFloorCounterpart[] = "(floor's counterpart)";

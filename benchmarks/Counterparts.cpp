@@ -51,18 +51,6 @@ Sample OnEachPayload(const Job& job, Crypt crypt) {
     });
 }
 
-/// As many operations as on the large number of entries, on files with few.
-Sample OnFewEntries(const Job& job, Sample (EntryWorks::*work)() const) {
-    Sample sum;
-    for (std::size_t done = 0; done < job.sizes.manyEntries; done += job.sizes.fewEntries) {
-        const Sample one = (EntryWorks{job.path, job.sizes.fewEntries}.*work)();
-        sum.seconds += one.seconds;
-        sum.bytesWritten += one.bytesWritten;
-        sum.peakMemory = std::max(sum.peakMemory, one.peakMemory);
-    }
-    return sum;
-}
-
 void Copy(const std::string& from, const std::string& to, std::uint64_t most) {
     char piece[kPiece];
     PlainFile source(from, PlainFile::Mode::Read);
@@ -158,23 +146,23 @@ Sample Counterparts::Decipher(const Job& job) {
 }
 
 Sample Counterparts::CreateFew(const Job& job) {
-    return OnFewEntries(job, &EntryWorks::Create);
+    return OnFewEntries(job, [](const EntryWorks& works) { return works.Create(); });
 }
 
 Sample Counterparts::FindFew(const Job& job) {
-    return OnFewEntries(job, &EntryWorks::Find);
+    return OnFewEntries(job, [](const EntryWorks& works) { return works.Find(); });
 }
 
 Sample Counterparts::ReplaceFew(const Job& job) {
-    return OnFewEntries(job, &EntryWorks::Replace);
+    return OnFewEntries(job, [](const EntryWorks& works) { return works.Replace(); });
 }
 
 Sample Counterparts::DeleteFew(const Job& job) {
-    return OnFewEntries(job, &EntryWorks::Delete);
+    return OnFewEntries(job, [](const EntryWorks& works) { return works.Delete(); });
 }
 
 Sample Counterparts::ListFew(const Job& job) {
-    return OnFewEntries(job, &EntryWorks::List);
+    return OnFewEntries(job, [](const EntryWorks& works) { return works.List(); });
 }
 
 Sample Counterparts::CopyTwoStreamsAndReplaceOne(const Job& job) {

@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr std::size_t kPatternSize = 64 * 1024;
+constexpr std::size_t kPatternSize = std::size_t{64} * 1024;
 
 std::vector<char> MakePattern() {
     std::vector<char> pattern(kPatternSize + kPiece);

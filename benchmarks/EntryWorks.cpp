@@ -36,20 +36,10 @@ void WriteEntry(CompoundFile& file, std::size_t entry) {
             "write");
 }
 
-void MakeFile(const EntryWorks& works) {
-    boost::filesystem::remove(works.path);
-    CompoundFile file;
-    Open(file, works.path);
-    for (std::size_t entry = 0; entry < works.entries; ++entry) {
-        WriteEntry(file, entry);
-    }
-    Close(file);
-}
-
 /// Measures `work` on every entry of a file that is there and open, in random order.
 template <typename Work>
 Sample OnEachEntry(const EntryWorks& works, Work work) {
-    MakeFile(works);
+    works.Make();
     const auto order = Shuffled(works.entries);
     CompoundFile file;
     Open(file, works.path);
@@ -63,17 +53,19 @@ Sample OnEachEntry(const EntryWorks& works, Work work) {
 
 } // namespace
 
+void EntryWorks::Make() const {
+    boost::filesystem::remove(path);
+    CompoundFile file;
+    Open(file, path);
+    for (std::size_t entry = 0; entry < entries; ++entry) {
+        WriteEntry(file, entry);
+    }
+    Close(file);
+}
+
 Sample EntryWorks::Create() const {
     WarmUp(entries);
-    boost::filesystem::remove(path);
-    return Measure([this] {
-        CompoundFile file;
-        Open(file, path);
-        for (std::size_t entry = 0; entry < entries; ++entry) {
-            WriteEntry(file, entry);
-        }
-        Close(file);
-    });
+    return Measure([this] { Make(); });
 }
 
 Sample EntryWorks::Find() const {
@@ -95,7 +87,7 @@ Sample EntryWorks::Delete() const {
 }
 
 Sample EntryWorks::List() const {
-    MakeFile(*this);
+    Make();
     return Measure([this] {
         CompoundFile file;
         Open(file, path, KrStreamE::ReadOnly);

@@ -11,6 +11,7 @@ struct EntryWorks {
     const std::string& path;
     std::size_t entries;
 
+    void Make() const;
     Sample Create() const;
     Sample Find() const;
     Sample Replace() const;

@@ -65,6 +65,9 @@ Json Surroundings(const Options& options) {
 void PrintRow(std::ostream& out, const Row& row, const std::vector<Standing>& standings) {
     out << row.id << ": " << row.work << "\n    against " << row.counterpart << "; goal "
         << Rounded(row.goal) << '\n';
+    if (row.floor != nullptr) {
+        out << "    floor: " << row.floorText << '\n';
+    }
     for (const Standing& standing : standings) {
         const std::string range =
             Rounded(standing.ratios.front()) + " to " + Rounded(standing.ratios.back());
@@ -86,9 +89,6 @@ Json RowAsJson(const Row& row, const std::vector<Standing>& standings) {
                           {"bytes written", standing.bytesWritten},
                           {"memory above counterpart", standing.memoryAboveCounterpart}});
     }
-    return {{"row", row.id},
-            {"work", row.work},
-            {"counterpart", row.counterpart},
-            {"goal", row.goal},
-            {"stores", stores}};
+    return {{"row", row.id},    {"work", row.work},       {"counterpart", row.counterpart},
+            {"goal", row.goal}, {"floor", row.floorText}, {"stores", stores}};
 }

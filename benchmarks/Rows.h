@@ -33,6 +33,12 @@ struct Row {
     /// `job.path` is this library's store where `counterpartNeedsStore`, else a plain file.
     Sample (*counterpartMeasure)(const Job& job);
     bool counterpartNeedsStore = false;
+    /// The least that the file's format and the rules about it leave to do, by bare system calls on
+    /// this library's store; none where the counterpart says it.
+    Sample (*floor)(const Job& job) = nullptr;
+    std::string floorText = {};
+    /// What the floor is compared with, where it is not the counterpart.
+    Sample (*floorCounterpart)(const Job& job) = nullptr;
 };
 
 const std::vector<Row>& AllRows();

@@ -1,6 +1,11 @@
 #pragma once
 
+#include "benchmarks/EntryWorks.h"
 #include "benchmarks/Rows.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
 
 /// The work of each row, as any store does it.
 namespace Works {
@@ -56,6 +61,37 @@ Sample CopyTwoStreamsAndReplaceOne(const Job& job);
 Sample CopyFile(const Job& job);
 
 } // namespace Counterparts
+
+/// What no implementation of the format can do without.
+namespace Floors {
+
+Sample WriteSmall(const Job& job);
+Sample ReadHeads(const Job& job);
+Sample OpenAndReadDirectory(const Job& job);
+Sample KeepDirectory(const Job& job);
+Sample FindMany(const Job& job);
+Sample FindFew(const Job& job);
+Sample ReplaceMany(const Job& job);
+Sample ReplaceFew(const Job& job);
+Sample DeleteMany(const Job& job);
+Sample DeleteFew(const Job& job);
+Sample ListMany(const Job& job);
+Sample ListFew(const Job& job);
+
+} // namespace Floors
+
+/// As many operations as on the large number of entries, on files with few.
+template <typename Work>
+Sample OnFewEntries(const Job& job, Work work) {
+    Sample sum;
+    for (std::size_t done = 0; done < job.sizes.manyEntries; done += job.sizes.fewEntries) {
+        const Sample one = work(EntryWorks{job.path, job.sizes.fewEntries});
+        sum.seconds += one.seconds;
+        sum.bytesWritten += one.bytesWritten;
+        sum.peakMemory = std::max(sum.peakMemory, one.peakMemory);
+    }
+    return sum;
+}
 
 /// Offsets of random reads within the large stream, the same in every run: the cold ones first,
 /// then those that find the stream's chain known.

@@ -1,7 +1,7 @@
 #include "blockfile/EntryBuffer.h"
 
 #include <algorithm>
-#include <cstring>
+#include <utility>
 
 namespace {
 
@@ -12,8 +12,8 @@ constexpr std::streamsize kLargeRequest = 512;
 
 } // namespace
 
-EntryBuffer::EntryBuffer(const KrIOStreamDevice& device, std::ios& owner)
-    : device_(device), owner_(owner) {}
+EntryBuffer::EntryBuffer(KrIOStreamDevice device, std::ios& owner)
+    : device_(std::move(device)), owner_(owner) {}
 
 EntryBuffer::~EntryBuffer() {
     try {

@@ -15,7 +15,7 @@
 /// itself.
 class EntryBuffer : public std::streambuf {
 public:
-    EntryBuffer(const KrIOStreamDevice& device, std::ios& owner);
+    EntryBuffer(KrIOStreamDevice device, std::ios& owner);
     /// Sends what is still to be written; a failure shows in the engine's status alone.
     ~EntryBuffer() override;
 

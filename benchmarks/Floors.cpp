@@ -1,0 +1,192 @@
+#include "benchmarks/PlainFile.h"
+#include "benchmarks/Works.h"
+
+#include <TALVOutl/ByteOrder.h>
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr std::size_t kBlock = 1024;
+constexpr std::size_t kHead = 21;
+constexpr std::size_t kNextField = 15;
+constexpr std::size_t kEntriesPerDirectoryBlock = 3;
+constexpr std::size_t kHeadsPerCall = 512;
+
+using Block = std::array<char, kBlock>;
+
+void Require(bool condition) {
+    if (!condition) {
+        throw std::runtime_error("a bare system call failed");
+    }
+}
+
+std::uint64_t NextOf(const Block& block) {
+    return LoadLittleEndian<std::uint32_t>(
+        reinterpret_cast<const unsigned char*>(block.data() + kNextField));
+}
+
+/// The place of a small entry's block: three follow each directory block.
+std::uint64_t OffsetOfEntry(std::size_t entry) {
+    return (entry + entry / kEntriesPerDirectoryBlock + 1) * kBlock;
+}
+
+Sample KeepDirectoryOf(const std::string& path) {
+    return Measure([&] {
+        PlainFile file(path, PlainFile::Mode::Read);
+        std::vector<std::unique_ptr<Block>> blocks;
+        for (std::uint64_t number = 1; number != 0; number = NextOf(*blocks.back())) {
+            blocks.emplace_back(new Block);
+            file.ReadAt((number - 1) * kBlock, blocks.back()->data(), kBlock);
+        }
+    });
+}
+
+/// Opens a file as a block file is opened, and reads its first block.
+void OpenAsTheRulesSay(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> canonical(realpath(path.c_str(), nullptr),
+                                                                std::free);
+    struct stat status {};
+    Require(canonical != nullptr && stat(path.c_str(), &status) == 0);
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    Block block;
+    Require(flock(descriptor, LOCK_SH | LOCK_NB) == 0 && fstat(descriptor, &status) == 0 &&
+            pread(descriptor, block.data(), kBlock, 0) == static_cast<ssize_t>(kBlock));
+    close(descriptor);
+}
+
+/// Runs `work` on the block of each entry of a file, in random order.
+template <typename Work>
+Sample OnEachBlock(const EntryWorks& works, Work work) {
+    works.Make();
+    const auto order = Shuffled(works.entries);
+    return Measure([&] {
+        PlainFile file(works.path, PlainFile::Mode::Change);
+        for (const std::size_t entry : order) {
+            work(file, OffsetOfEntry(entry));
+        }
+    });
+}
+
+Sample ReadBlocks(const EntryWorks& works) {
+    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
+        Block block;
+        file.ReadAt(offset, block.data(), kBlock);
+    });
+}
+
+Sample RewriteBlocks(const EntryWorks& works) {
+    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
+        Block block;
+        file.ReadAt(offset, block.data(), kBlock);
+        file.WriteAt(offset, block.data(), kBlock);
+    });
+}
+
+Sample ReadBlockHeads(const EntryWorks& works) {
+    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
+        char head[kHead];
+        file.ReadAt(offset, head, kHead);
+    });
+}
+
+Sample KeepDirectories(const EntryWorks& works) {
+    works.Make();
+    return KeepDirectoryOf(works.path);
+}
+
+EntryWorks ManyEntries(const Job& job) {
+    return {job.path, job.sizes.manyEntries};
+}
+
+} // namespace
+
+// A directory block, then its three entries; each write hands over what its stream has made, in one
+// call as all of it lies in one page. The first of the three links the directory block before.
+Sample Floors::WriteSmall(const Job& job) {
+    const std::array<char, 4 * kBlock> page{};
+    return Measure([&] {
+        PlainFile file(job.path, PlainFile::Mode::Create);
+        for (std::size_t stream = 0; stream < job.sizes.smallStreams; ++stream) {
+            const std::size_t slot = stream % kEntriesPerDirectoryBlock;
+            const std::uint64_t at = stream / kEntriesPerDirectoryBlock * page.size();
+            file.WriteAt(at, page.data(), (slot + 2) * kBlock);
+            if (slot == 0 && at > 0) {
+                file.WriteAt(at - page.size(), page.data(), kBlock);
+            }
+        }
+    });
+}
+
+Sample Floors::ReadHeads(const Job& job) {
+    std::array<char, kHead * kHeadsPerCall> heads;
+    Block rest;
+    std::array<iovec, 2 * kHeadsPerCall> pieces;
+    for (std::size_t i = 0; i < kHeadsPerCall; ++i) {
+        pieces[2 * i] = {heads.data() + i * kHead, kHead};
+        pieces[2 * i + 1] = {rest.data(), kBlock - kHead};
+    }
+    return Measure([&] {
+        const int descriptor = open(job.path.c_str(), O_RDONLY | O_CLOEXEC);
+        Require(descriptor >= 0);
+        ssize_t got = 1;
+        for (off_t offset = 0; got > 0; offset += got) {
+            got = preadv(descriptor, pieces.data(), static_cast<int>(pieces.size()), offset);
+        }
+        close(descriptor);
+        Require(got == 0);
+    });
+}
+
+Sample Floors::OpenAndReadDirectory(const Job& job) {
+    return Measure([&] {
+        for (std::size_t i = 0; i < job.sizes.repeats; ++i) {
+            OpenAsTheRulesSay(job.path);
+        }
+    });
+}
+
+Sample Floors::KeepDirectory(const Job& job) {
+    return KeepDirectoryOf(job.path);
+}
+
+Sample Floors::FindMany(const Job& job) {
+    return ReadBlocks(ManyEntries(job));
+}
+
+Sample Floors::FindFew(const Job& job) {
+    return OnFewEntries(job, ReadBlocks);
+}
+
+Sample Floors::ReplaceMany(const Job& job) {
+    return RewriteBlocks(ManyEntries(job));
+}
+
+Sample Floors::ReplaceFew(const Job& job) {
+    return OnFewEntries(job, RewriteBlocks);
+}
+
+Sample Floors::DeleteMany(const Job& job) {
+    return ReadBlockHeads(ManyEntries(job));
+}
+
+Sample Floors::DeleteFew(const Job& job) {
+    return OnFewEntries(job, ReadBlockHeads);
+}
+
+Sample Floors::ListMany(const Job& job) {
+    return KeepDirectories(ManyEntries(job));
+}
+
+Sample Floors::ListFew(const Job& job) {
+    return OnFewEntries(job, KeepDirectories);
+}
