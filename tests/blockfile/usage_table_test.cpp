@@ -4,6 +4,7 @@
 
 #include <random>
 #include <set>
+#include <vector>
 
 namespace {
 
@@ -23,25 +24,30 @@ TEST(UsageTable, CapacityDoublesThenGrowsBySteps) {
     EXPECT_EQ(jumped.Allocate(), 1U);
 }
 
+// Over a few groups of blocks, from nothing and from flags that were read.
 TEST(UsageTable, AlwaysGivesTheLowestFreeNumber) {
+    constexpr std::uint32_t kBlocks = 13000;
     std::mt19937 random(1);
-    UsageTable table;
-    std::set<std::uint32_t> used;
-    for (int step = 0; step < 4000; ++step) {
-        if (random() % 3 != 0) {
-            std::uint32_t lowest = 1;
-            while (used.count(lowest) != 0) {
-                ++lowest;
+    for (const bool isFull : {false, true}) {
+        UsageTable table(std::vector<unsigned char>(isFull ? kBlocks + 1 : 0, 1));
+        std::set<std::uint32_t> free;
+        for (std::uint32_t number = 1; number <= kBlocks + 20000; ++number) {
+            if (!isFull || number > kBlocks) {
+                free.insert(free.end(), number);
             }
-            ASSERT_EQ(table.Allocate(), lowest);
-            used.insert(lowest);
-        } else {
-            const std::uint32_t number = 1 + static_cast<std::uint32_t>(random() % 400);
-            const bool inUse = random() % 2 == 0;
-            table.Set(number, inUse);
-            inUse ? (void)used.insert(number) : (void)used.erase(number);
         }
-        ASSERT_EQ(table.CountUsed(), used.size());
+        for (int step = 0; step < 20000; ++step) {
+            if (random() % 4 != 0) {
+                ASSERT_EQ(table.Allocate(), *free.begin());
+                free.erase(free.begin());
+            } else {
+                const std::uint32_t number = 1 + static_cast<std::uint32_t>(random() % kBlocks);
+                const bool inUse = random() % 2 == 0;
+                table.Set(number, inUse);
+                inUse ? (void)free.erase(number) : (void)free.insert(number);
+            }
+        }
+        EXPECT_EQ(table.CountUsed(), kBlocks + 20000 - free.size());
     }
 }
 

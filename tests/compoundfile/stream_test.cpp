@@ -60,6 +60,89 @@ TEST_F(EntryStream, BehavesLikeAString) {
     ClosedSound();
 }
 
+// One position for reading and writing, whatever is read ahead or still to be written, without a
+// seek between the two.
+TEST_F(EntryStream, CharactersAndPositionsInAnyOrder) {
+    std::mt19937 random(1);
+    std::string model = Pattern(30000, 1);
+    Put(file_, "e", model);
+    const auto stream = file_.GetIOStream("e", "r+b");
+    std::size_t at = 0;
+    for (int step = 0; step < 40000; ++step) {
+        const auto here = static_cast<std::streamoff>(at);
+        const int next = at < model.size() ? static_cast<unsigned char>(model[at]) : EOF;
+        switch (random() % 9) {
+        case 0:
+            ASSERT_EQ(stream->peek(), next) << step;
+            break;
+        case 1:
+            ASSERT_EQ(stream->get(), next) << step;
+            at += next == EOF ? 0 : 1;
+            break;
+        case 2:
+            ASSERT_EQ(stream->unget().good(), at > 0) << step;
+            at -= at > 0 ? 1 : 0;
+            break;
+        case 3:
+            ASSERT_EQ(stream->putback(at > 0 ? model[at - 1] : 'x').good(), at > 0) << step;
+            at -= at > 0 ? 1 : 0;
+            break;
+        case 4: {
+            const std::string bytes = Pattern(random() % 700, static_cast<unsigned>(step));
+            *stream << bytes;
+            model.replace(at, bytes.size(), bytes);
+            at += bytes.size();
+            break;
+        }
+        case 5: {
+            std::string bytes(random() % 700, '\0');
+            stream->read(&bytes[0], static_cast<std::streamsize>(bytes.size()));
+            bytes.resize(static_cast<std::size_t>(stream->gcount()));
+            ASSERT_EQ(bytes, model.substr(at, bytes.size())) << step;
+            at += bytes.size();
+            break;
+        }
+        case 6:
+            at = random() % model.size();
+            stream->seekg(static_cast<std::streamoff>(at) - here, std::ios::cur);
+            break;
+        case 7:
+            stream->flush();
+            break;
+        default:
+            ASSERT_EQ(stream->tellg(), here) << step;
+        }
+        stream->clear();
+    }
+    stream->flush();
+    EXPECT_TRUE(Get(file_, "e") == model);
+}
+
+// Chains that lie one in the other, long enough that their links are read many at a time.
+TEST_F(EntryStream, FarSeeksAlongTangledChains) {
+    const std::string bytes = Pattern(3000 * 1003, 1);
+    {
+        const auto one = file_.GetIOStream("one", "wb");
+        const auto other = file_.GetIOStream("other", "wb");
+        for (std::size_t at = 0; at < bytes.size(); at += 1003 * 10) {
+            const std::size_t tail = std::min<std::size_t>(1003 * 10, bytes.size() - at);
+            one->write(bytes.data() + at, static_cast<std::streamsize>(tail));
+            *(at % 3 == 0 ? one : other) << std::flush;
+            other->write(bytes.data() + at, static_cast<std::streamsize>(tail));
+        }
+    }
+    std::mt19937 random(1);
+    for (int round = 0; round < 50; ++round) {
+        const auto stream = file_.GetIOStream(round % 2 == 0 ? "one" : "other", "rb");
+        const std::size_t at = random() % bytes.size();
+        std::string piece(5000, '\0');
+        stream->seekg(static_cast<std::streamoff>(at)).read(&piece[0], 5000);
+        piece.resize(static_cast<std::size_t>(stream->gcount()));
+        ASSERT_TRUE(piece == bytes.substr(at, 5000)) << at;
+    }
+    ClosedSound();
+}
+
 TEST_F(EntryStream, SeeksStayWithinTheEntry) {
     Put(file_, "e", Pattern(3000, 1));
     const auto stream = file_.GetIOStream("e", "rb");
