@@ -32,20 +32,19 @@ EntryBuffer::int_type EntryBuffer::underflow() {
     return gptr() < egptr() ? traits_type::to_int_type(*gptr()) : traits_type::eof();
 }
 
-// Called where nothing read is left before the current place, or another character was read there.
+// Called where nothing that was read is left before the current place, or another character stands
+// there: that one is then put into the buffer alone, not into the entry.
 EntryBuffer::int_type EntryBuffer::pbackfail(int_type c) {
-    const std::streamoff position = Position();
-    if (position == 0 || std::streamoff(seekoff(position - 1, std::ios_base::beg,
-                                                std::ios_base::in)) != position - 1) {
+    const std::streamoff before = Position() - 1;
+    if (before < 0 ||
+        std::streamoff(seekoff(before, std::ios_base::beg, std::ios_base::in)) != before ||
+        traits_type::eq_int_type(underflow(), traits_type::eof())) {
         return traits_type::eof();
     }
-    const int_type before = underflow();
-    const bool isIt =
-        traits_type::eq_int_type(c, traits_type::eof()) || traits_type::eq_int_type(c, before);
-    if (!isIt) {
-        gbump(1);
+    if (!traits_type::eq_int_type(c, traits_type::eof())) {
+        *gptr() = traits_type::to_char_type(c);
     }
-    return isIt ? before : traits_type::eof();
+    return traits_type::not_eof(c);
 }
 
 EntryBuffer::int_type EntryBuffer::overflow(int_type c) {
@@ -57,6 +56,9 @@ EntryBuffer::int_type EntryBuffer::overflow(int_type c) {
 }
 
 std::streamsize EntryBuffer::xsgetn(char* bytes, std::streamsize count) {
+    if (count <= 0) {
+        return 0;
+    }
     std::streamsize done = std::min<std::streamsize>(count, egptr() - gptr());
     std::copy_n(gptr(), done, bytes);
     gbump(static_cast<int>(done));
@@ -81,9 +83,13 @@ std::streamsize EntryBuffer::xsputn(const char* bytes, std::streamsize count) {
 }
 
 int EntryBuffer::sync() {
-    Send();
-    device_.flush();
-    return 0;
+    try {
+        Send();
+        device_.flush();
+        return 0;
+    } catch (...) {
+        return -1;
+    }
 }
 
 EntryBuffer::pos_type EntryBuffer::seekoff(off_type offset, std::ios_base::seekdir direction,

@@ -11,8 +11,8 @@
 /// ahead, or what is still to be written, or nothing.
 ///
 /// Where the device throws, reading and writing let the exception through, as stream operations
-/// turn it into badbit; positioning, which they let escape to the caller, sets the owner's badbit
-/// itself.
+/// turn it into badbit. Positioning, which they let escape to the caller, sets the owner's badbit
+/// itself, and sync, which they call in a destructor too, answers -1.
 class EntryBuffer : public std::streambuf {
 public:
     EntryBuffer(KrIOStreamDevice device, std::ios& owner);

@@ -181,7 +181,8 @@ void CompoundFileStreamSource::CopyForCompaction(const std::string& copy) {
     const bool wasDirty = state_->dirty;
     const fs::path file = state_->compoundFileName;
     boost::system::error_code error;
-    if (SaveAs(copy.c_str()) == NoError) {
+    // An override of GetIStream may have kept what it was handed, and with it the engine.
+    if (SaveAs(copy.c_str()) == NoError && !compoundFile_.IsShared()) {
         fs::permissions(copy, fs::status(file, error).permissions(), error);
         if (!error && KrSync(copy)) {
             KrSync(file.parent_path().string());

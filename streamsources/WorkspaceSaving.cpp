@@ -191,7 +191,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFi
         const Error error =
             in == nullptr ? CompoundFileCorrupt : CopyToBlockFile(target, *in, stream.c_str());
         if (error != NoError) {
-            return FindFile(stream) ? error : CompoundFileCorrupt;
+            return !hasUnsavedFile && FindFile(stream) ? error : CompoundFileCorrupt;
         }
     }
     return NoError;

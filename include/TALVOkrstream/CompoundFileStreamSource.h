@@ -229,7 +229,8 @@ public:
     void DeleteSource(const char* name) override;
     /// Always false for a name that makes, with the folder's name, 260 bytes or more.
     bool StreamExists(const char* name) const override;
-    /// The file, mapped into memory.
+    /// The file, mapped into memory. While SaveAs or compaction asks, a stream without a file is
+    /// read from its entry.
     std::unique_ptr<std::istream> GetIStream(const char* name) override;
     /// The file itself. On success the source is dirty.
     std::unique_ptr<std::iostream> GetIOStream(const char* name) override;

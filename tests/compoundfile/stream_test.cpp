@@ -192,7 +192,7 @@ TEST_F(EntryStream, ReadOnlyFileIsNotChanged) {
     EXPECT_FALSE(file_.DeleteCFFile("e"));
     EXPECT_EQ(file_.FlushToString(), "");
     EXPECT_EQ(file_.GetStatus(), KrStreamE::Ok);
-    EXPECT_FALSE(file_.GetIOStream("e", "r+b")->write("longer", 6).flush());
+    EXPECT_FALSE(*file_.GetIOStream("e", "r+b") << std::unitbuf << "longer");
     EXPECT_EQ(file_.GetStatus(), KrStreamE::Failed);
     file_.Close();
     EXPECT_EQ(ReadFile(path_), before);

@@ -127,6 +127,25 @@ TEST_F(Compaction, IsRefusedWhileSomebodyElseHasTheFileOpen) {
     EXPECT_TRUE(source_.IsDirty());
 }
 
+// An application's source may keep what it was handed while everything was copied.
+TEST_F(Compaction, FailsWhileAStreamOfItsOwnIsKept) {
+    struct Keeper : Source {
+        using Source::Source;
+        std::unique_ptr<std::istream> GetIStream(const char* name) override {
+            kept = Source::GetIStream(name);
+            return Source::GetIStream(name);
+        }
+        std::unique_ptr<std::istream> kept;
+    };
+    Keeper keeper(path_.c_str(), workspace_.c_str());
+    ASSERT_EQ(keeper.Open(Source::NewWorkspace, false), Source::NoError);
+    EXPECT_THROW(keeper.CompactCompoundFile(), Exception);
+    EXPECT_FALSE(fs::exists(Copy('A')));
+    keeper.kept.reset();
+    keeper.CloseFile();
+    EXPECT_TRUE(GetAll(path_) == kStreams);
+}
+
 TEST_F(Compaction, NeedsAFreeNameForTheCopy) {
     Open();
     for (char letter = 'A'; letter <= 'Y'; ++letter) {
