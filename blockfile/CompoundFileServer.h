@@ -108,8 +108,9 @@ public:
     /// that are come upon are appended, the one behind the last byte included.
     std::size_t ReadPayload(Chain& chain, std::size_t index, std::size_t offset, char* bytes,
                             std::size_t count);
-    /// Follows links until `chain` knows `count` blocks or ends; deciphers nothing.
-    Status ExtendChain(Chain& chain, std::size_t count);
+    /// Follows links until `chain` knows `count` blocks or ends; deciphers nothing. `last` is the
+    /// last block that is known already, where the caller holds it, or null.
+    Status ExtendChain(Chain& chain, std::size_t count, const DataBlock* last);
     Status WriteDataBlock(const DataBlock& block);
     /// Takes a free block and makes `block` its empty record; WriteDataBlock is still to come.
     Status AllocateBlock(DataBlock& block);

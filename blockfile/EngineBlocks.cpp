@@ -41,15 +41,17 @@ std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std
     return done;
 }
 
-KrStreamE::Status CompoundFileServer::ExtendChain(Chain& chain, std::size_t count) {
+KrStreamE::Status CompoundFileServer::ExtendChain(Chain& chain, std::size_t count,
+                                                  const DataBlock* last) {
     return Guard([&] {
         BlockHeads heads(file_);
         while (chain.size() < count) {
-            const BlockNumber next = ReadLink(heads, chain.back());
+            const BlockNumber next = last != nullptr ? last->Next() : ReadLink(heads, chain.back());
             if (next == kNoBlock || IsUnwritten(next)) {
                 return;
             }
             AppendLink(chain, next);
+            last = nullptr;
         }
     });
 }

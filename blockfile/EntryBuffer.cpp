@@ -7,8 +7,8 @@ namespace {
 
 /// Batches small reads and writes; about ten blocks.
 constexpr std::streamsize kBufferSize = 10240;
-/// From here on the device's own work is more than that of asking it.
-constexpr std::streamsize kLargeRequest = 512;
+/// From here on reading is cheaper past the buffer.
+constexpr std::streamsize kLargeRead = 512;
 
 } // namespace
 
@@ -62,7 +62,7 @@ std::streamsize EntryBuffer::xsgetn(char* bytes, std::streamsize count) {
     std::streamsize done = std::min<std::streamsize>(count, egptr() - gptr());
     std::copy_n(gptr(), done, bytes);
     gbump(static_cast<int>(done));
-    if (count - done < kLargeRequest) {
+    if (count - done < kLargeRead) {
         return done + std::streambuf::xsgetn(bytes + done, count - done);
     }
     BeginReading();
@@ -71,15 +71,6 @@ std::streamsize EntryBuffer::xsgetn(char* bytes, std::streamsize count) {
         got = device_.read(bytes + done, count - done);
     }
     return done;
-}
-
-std::streamsize EntryBuffer::xsputn(const char* bytes, std::streamsize count) {
-    if (count < kLargeRequest) {
-        return std::streambuf::xsputn(bytes, count);
-    }
-    BeginWriting();
-    Send();
-    return device_.write(bytes, count);
 }
 
 int EntryBuffer::sync() {

@@ -114,7 +114,9 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
             windowLength_ = 0;
         }
         pendingBegin_ = pendingEnd_ = static_cast<std::size_t>(offset - windowStart_);
+        pendingIsUpwards_ = true;
     }
+    pendingIsUpwards_ = pendingIsUpwards_ && TouchesPending(offset);
     const auto at = static_cast<std::size_t>(offset - windowStart_);
     std::memcpy(window_.get() + at, bytes, count);
     windowLength_ = std::max(windowLength_, at + count);
@@ -184,15 +186,18 @@ void FileStore::Reserve(std::size_t size) {
     }
 }
 
-// Whether bytes may be sent together with those that are pending: where they touch them, or where
-// one page takes both.
+bool FileStore::TouchesPending(std::uint64_t offset) const {
+    return offset >= windowStart_ + pendingBegin_ && offset <= windowStart_ + pendingEnd_;
+}
+
+// Whether bytes may be sent together with those that are pending: where they go on upwards from
+// them, or where one page takes both, in whatever order.
 bool FileStore::JoinsPending(std::uint64_t offset, std::size_t count) const {
-    const std::uint64_t begin = windowStart_ + pendingBegin_;
-    const std::uint64_t end = windowStart_ + pendingEnd_;
-    const bool touches = offset >= begin && offset <= end;
-    const bool inOnePage =
-        std::min(begin, offset) / kPage == (std::max(end, offset + count) - 1) / kPage;
-    return pendingBegin_ < pendingEnd_ && (touches || inOnePage);
+    const std::uint64_t begin = std::min(windowStart_ + pendingBegin_, offset);
+    const std::uint64_t end = std::max(windowStart_ + pendingEnd_, offset + count);
+    const bool inOnePage = begin / kPage == (end - 1) / kPage;
+    return pendingBegin_ < pendingEnd_ &&
+           (inOnePage || (pendingIsUpwards_ && TouchesPending(offset)));
 }
 
 bool FileStore::FitsWindow(std::uint64_t offset, std::size_t count) const {

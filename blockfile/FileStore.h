@@ -33,6 +33,7 @@ private:
     bool Load(std::uint64_t offset, std::size_t wanted);
     void Reserve(std::size_t size);
     void DropPartOfBlock() const;
+    bool TouchesPending(std::uint64_t offset) const;
     bool JoinsPending(std::uint64_t offset, std::size_t count) const;
     bool FitsWindow(std::uint64_t offset, std::size_t count) const;
 
@@ -49,4 +50,7 @@ private:
     /// The run of window bytes not yet written, as offsets into the window; empty when equal.
     std::size_t pendingBegin_ = 0;
     std::size_t pendingEnd_ = 0;
+    /// The run holds what was written upwards, and nothing else. One that does not lies in one
+    /// page.
+    bool pendingIsUpwards_ = true;
 };

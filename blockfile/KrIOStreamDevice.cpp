@@ -16,6 +16,8 @@ constexpr char kFlushError[] = "Error in KrIOStreamDevice::flush";
 /// How much of an entry is read ahead with its first block.
 constexpr std::size_t kFirstRead = 8 * kPayloadSize;
 
+constexpr std::size_t kNowhere = std::numeric_limits<std::size_t>::max();
+
 } // namespace
 
 class KrIOStreamDevice::Data {
@@ -60,7 +62,7 @@ private:
     /// Null when the entry's first block could not be read.
     DataBlock* current_ = &blocks_[0];
     DataBlock* spare_ = &blocks_[1];
-    /// Index of the current block in the chain.
+    /// Index of the current block in the chain; kNowhere when it is none of the chain's.
     std::size_t blockIndex_ = 0;
     std::uint64_t position_ = 0;
     /// The chain's blocks visited so far, from its beginning.
@@ -187,9 +189,12 @@ std::size_t KrIOStreamDevice::Data::ReadPayload(char* bytes, std::size_t count) 
         std::memcpy(bytes, current_->Payload() + OffsetInBlock(), count);
         return count;
     }
-    return WriteCurrent() && Knows(index)
-               ? engine_.ReadPayload(chain_, index, OffsetInBlock(), bytes, count)
-               : 0;
+    if (!WriteCurrent() || !Knows(index)) {
+        return 0;
+    }
+    // Another stream may write to the block that is left.
+    blockIndex_ = kNowhere;
+    return engine_.ReadPayload(chain_, index, OffsetInBlock(), bytes, count);
 }
 
 // Only in the last block of a chain can there be less than a full payload.
@@ -221,7 +226,8 @@ bool KrIOStreamDevice::Data::GoToBlock(std::size_t index) {
 
 // Whether the chain has a block `index`.
 bool KrIOStreamDevice::Data::Knows(std::size_t index) {
-    return !chain_.empty() && engine_.ExtendChain(chain_, index + 1) == KrStreamE::Ok &&
+    const DataBlock* const last = blockIndex_ + 1 == chain_.size() ? current_ : nullptr;
+    return !chain_.empty() && engine_.ExtendChain(chain_, index + 1, last) == KrStreamE::Ok &&
            index < chain_.size();
 }
 

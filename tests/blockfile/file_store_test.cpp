@@ -60,6 +60,12 @@ TEST(FileStore, KeepsTheOrderOfWrites) {
     EXPECT_EQ(ReadFile(folder / "f"), model);
     ASSERT_TRUE(store->Flush());
     EXPECT_EQ(ReadFile(folder / "f"), model.replace(3072, 1024, later));
+    // What was joined in one page does not go on into the next and take a later write with it.
+    for (const std::uint64_t offset : {7168, 4096, 8192, 9216, 5120}) {
+        ASSERT_TRUE(store->Write(offset, Bytes(block), 1024));
+    }
+    model.replace(7168, 1024, block).replace(4096, 1024, block);
+    EXPECT_EQ(ReadFile(folder / "f"), model + block + block);
 }
 
 } // namespace
