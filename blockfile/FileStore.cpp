@@ -25,6 +25,7 @@ constexpr std::uint64_t kPage = 4096;
 constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
 /// A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
 constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
+constexpr std::uint64_t kKeptBefore = 2 * kPage;
 /// Heads read by one call: each takes two of the pieces that a call may have, itself and the rest
 /// of its block.
 constexpr std::size_t kHeadsPerCall = IOV_MAX / 2;
@@ -109,9 +110,7 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
             return false;
         }
         if (!FitsWindow(offset, count)) {
-            Reserve(kWindowSize);
-            windowStart_ = offset;
-            windowLength_ = 0;
+            MoveWindow(offset);
         }
         pendingBegin_ = pendingEnd_ = static_cast<std::size_t>(offset - windowStart_);
         pendingIsUpwards_ = true;
@@ -184,6 +183,20 @@ void FileStore::Reserve(std::size_t size) {
         windowSize_ = size;
         windowLength_ = 0;
     }
+}
+
+// Makes room for a write. What lies shortly before it is kept, for an entry's directory block is
+// often there, and is written next.
+void FileStore::MoveWindow(std::uint64_t offset) {
+    Reserve(kWindowSize);
+    const bool goesOn = offset >= windowStart_ && offset <= windowStart_ + windowLength_;
+    const std::uint64_t start =
+        goesOn ? std::max(windowStart_, offset - std::min(offset, kKeptBefore)) : offset;
+    windowLength_ = static_cast<std::size_t>(offset - start);
+    if (goesOn) {
+        std::memmove(window_.get(), window_.get() + (start - windowStart_), windowLength_);
+    }
+    windowStart_ = start;
 }
 
 bool FileStore::TouchesPending(std::uint64_t offset) const {

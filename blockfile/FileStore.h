@@ -32,6 +32,7 @@ private:
     std::size_t Available(std::uint64_t offset) const;
     bool Load(std::uint64_t offset, std::size_t wanted);
     void Reserve(std::size_t size);
+    void MoveWindow(std::uint64_t offset);
     void DropPartOfBlock() const;
     bool TouchesPending(std::uint64_t offset) const;
     bool JoinsPending(std::uint64_t offset, std::size_t count) const;

@@ -58,10 +58,10 @@ private:
     CompoundFileServer& engine_;
     const CompoundFileServer::EntryRef entry_;
     const std::string name_;
-    DataBlock blocks_[2];
     /// Null when the entry's first block could not be read.
-    DataBlock* current_ = &blocks_[0];
-    DataBlock* spare_ = &blocks_[1];
+    std::unique_ptr<DataBlock> current_ = std::make_unique<DataBlock>();
+    /// Made when a block is first appended.
+    std::unique_ptr<DataBlock> spare_;
     /// Index of the current block in the chain; kNowhere when it is none of the chain's.
     std::size_t blockIndex_ = 0;
     std::uint64_t position_ = 0;
@@ -79,7 +79,7 @@ KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServe
     if (engine_.ReadDataBlock(first, *current_, BlocksFor(wanted)) == KrStreamE::Ok) {
         chain_.push_back(first);
     } else {
-        current_ = nullptr;
+        current_.reset();
     }
     engine_.AddReference();
 }
@@ -226,7 +226,7 @@ bool KrIOStreamDevice::Data::GoToBlock(std::size_t index) {
 
 // Whether the chain has a block `index`.
 bool KrIOStreamDevice::Data::Knows(std::size_t index) {
-    const DataBlock* const last = blockIndex_ + 1 == chain_.size() ? current_ : nullptr;
+    const DataBlock* const last = blockIndex_ + 1 == chain_.size() ? current_.get() : nullptr;
     return !chain_.empty() && engine_.ExtendChain(chain_, index + 1, last) == KrStreamE::Ok &&
            index < chain_.size();
 }
@@ -241,6 +241,9 @@ bool KrIOStreamDevice::Data::GoToBlockOrAppend(std::size_t index) {
 // Links a new, empty block to the current one, which is the chain's last, and goes there. The full
 // block is written once, with its link in it.
 bool KrIOStreamDevice::Data::AppendBlock() {
+    if (spare_ == nullptr) {
+        spare_ = std::make_unique<DataBlock>();
+    }
     if (engine_.AllocateBlock(*spare_) != KrStreamE::Ok) {
         return false;
     }
@@ -249,7 +252,7 @@ bool KrIOStreamDevice::Data::AppendBlock() {
     if (!WriteCurrent()) {
         return false;
     }
-    std::swap(current_, spare_);
+    current_.swap(spare_);
     chain_.push_back(current_->Number());
     ++blockIndex_;
     dirty_ = true;
