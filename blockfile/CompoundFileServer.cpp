@@ -142,6 +142,9 @@ void CompoundFileServer::Check(Status status) {
 }
 
 void CompoundFileServer::Reset() {
+    if (status_ == KrStreamE::NotOpen) {
+        return;
+    }
     file_.Close();
     formatVersion_ = 0;
     path_.clear();

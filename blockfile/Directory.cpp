@@ -159,7 +159,9 @@ Directory::Record& Directory::MakeRoom() {
     return At(blockCount_);
 }
 
-void Directory::Enter(const Record& record) {
+void Directory::Enter(Record& record) {
+    record.changed = false;
+    record.generations = {};
     for (const DirEntry& entry : record.block.entries) {
         isInUse_.push_back(entry.firstBlock != kNoBlock);
         entryCount_ += isInUse_.back() ? 1 : 0;

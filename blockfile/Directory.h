@@ -71,8 +71,8 @@ public:
 private:
     struct Record {
         DirBlock block;
-        bool changed = false;
-        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
+        bool changed;
+        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations;
     };
 
     Record& At(std::size_t index) {
@@ -82,7 +82,7 @@ private:
         return chunks_[index / kRecordsPerChunk][index % kRecordsPerChunk];
     }
     Record& MakeRoom();
-    void Enter(const Record& record);
+    void Enter(Record& record);
     bool IsInUse(Slot slot) const { return isInUse_[slot]; }
     bool HasFreeSlot(std::size_t index) const;
     Slot SlotCount() const;

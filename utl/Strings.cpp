@@ -50,6 +50,10 @@ void SetStr(char*& target, const char* text) {
 namespace KrStdString {
 
 int CompareNoCase(std::string_view a, std::string_view b, const std::locale& locale) {
+    // Mostly the very same text is looked for, and needs no locale.
+    if (a == b) {
+        return 0;
+    }
     const auto& letters = std::use_facet<std::ctype<char>>(locale);
     const std::size_t shared = std::min(a.size(), b.size());
     for (std::size_t i = 0; i < shared; ++i) {
