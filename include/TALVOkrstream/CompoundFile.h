@@ -157,7 +157,8 @@ public:
     bool SetPassword(const char* password);
 
     /// Writes changed directory blocks and the marks of freed blocks, if any, and hands everything
-    /// written so far to the operating system. Data still in the buffers of open entry streams is not included.
+    /// written so far to the operating system. Data still in the buffers of open entry streams is
+    /// not included.
     void Flush();
 
     /// Writes what Flush writes and returns the bytes of the whole file; empty when the
@@ -171,7 +172,8 @@ public:
     /// Deletes an entry and frees its blocks. False when it is missing, the engine is read only or
     /// not Ok, the entry's chain is damaged, or the password is missing. A stream open on the entry
     /// fails from then on. Reads the heads of the entry's blocks; nothing is written before the
-    /// next Flush, the end of a stream that wrote, or closing, and an error then shows in GetStatus.
+    /// next Flush, the end of a stream that wrote, or closing, and an error then shows in
+    /// GetStatus.
     bool DeleteCFFile(const char* name);
 
     /// The file's canonical path; empty for a caller's stream and for an empty handle.
