@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <string>
@@ -12,10 +13,9 @@ namespace {
 // Few names, so that most are put in and taken out many times, and look-ups pass over others.
 TEST(NameIndex, BehavesLikeAMapWithoutCase) {
     std::mt19937 random(1);
-    std::vector<std::string> names;
-    for (int i = 0; i < 700; ++i) {
-        names.push_back("Name " + std::to_string(i));
-    }
+    std::vector<std::string> names(700);
+    std::generate(names.begin(), names.end(),
+                  [i = 0]() mutable { return "Name " + std::to_string(i++); });
     NameIndex index;
     std::map<std::string, std::uint32_t> model;
     for (std::uint32_t step = 0; step < 30000; ++step) {

@@ -120,15 +120,15 @@ TEST_F(EntryStream, CharactersAndPositionsInAnyOrder) {
 
 // Chains that lie one in the other, long enough that their links are read many at a time.
 TEST_F(EntryStream, FarSeeksAlongTangledChains) {
-    const std::string bytes = Pattern(3000 * 1003, 1);
+    constexpr std::size_t kRun = std::size_t{10} * 1003;
+    const std::string bytes = Pattern(300 * kRun, 1);
     {
         const auto one = file_.GetIOStream("one", "wb");
         const auto other = file_.GetIOStream("other", "wb");
-        for (std::size_t at = 0; at < bytes.size(); at += 1003 * 10) {
-            const std::size_t tail = std::min<std::size_t>(1003 * 10, bytes.size() - at);
-            one->write(bytes.data() + at, static_cast<std::streamsize>(tail));
+        for (std::size_t at = 0; at < bytes.size(); at += kRun) {
+            one->write(bytes.data() + at, kRun);
             *(at % 3 == 0 ? one : other) << std::flush;
-            other->write(bytes.data() + at, static_cast<std::streamsize>(tail));
+            other->write(bytes.data() + at, kRun);
         }
     }
     std::mt19937 random(1);
