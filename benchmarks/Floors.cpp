@@ -64,6 +64,25 @@ void OpenAsTheRulesSay(const std::string& path) {
     close(descriptor);
 }
 
+/// Reads the heads of all blocks, many by one call.
+void PassOverPayloads(const std::string& path) {
+    std::array<char, kHead * kHeadsPerCall> heads;
+    Block rest;
+    std::array<iovec, 2 * kHeadsPerCall> pieces;
+    for (std::size_t i = 0; i < kHeadsPerCall; ++i) {
+        pieces[2 * i] = {heads.data() + i * kHead, kHead};
+        pieces[2 * i + 1] = {rest.data(), kBlock - kHead};
+    }
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    Require(descriptor >= 0);
+    ssize_t got = 1;
+    for (off_t offset = 0; got > 0; offset += got) {
+        got = preadv(descriptor, pieces.data(), static_cast<int>(pieces.size()), offset);
+    }
+    close(descriptor);
+    Require(got == 0);
+}
+
 /// Runs `work` on the block of each entry of a file, in random order.
 template <typename Work>
 Sample OnEachBlock(const EntryWorks& works, Work work) {
@@ -128,22 +147,18 @@ Sample Floors::WriteSmall(const Job& job) {
 }
 
 Sample Floors::ReadHeads(const Job& job) {
-    std::array<char, kHead * kHeadsPerCall> heads;
-    Block rest;
-    std::array<iovec, 2 * kHeadsPerCall> pieces;
-    for (std::size_t i = 0; i < kHeadsPerCall; ++i) {
-        pieces[2 * i] = {heads.data() + i * kHead, kHead};
-        pieces[2 * i + 1] = {rest.data(), kBlock - kHead};
-    }
+    return Measure([&] { PassOverPayloads(job.path); });
+}
+
+Sample Floors::ReadHeadsAndRandomly(const Job& job) {
+    const auto offsets = RandomOffsets(job.sizes);
     return Measure([&] {
-        const int descriptor = open(job.path.c_str(), O_RDONLY | O_CLOEXEC);
-        Require(descriptor >= 0);
-        ssize_t got = 1;
-        for (off_t offset = 0; got > 0; offset += got) {
-            got = preadv(descriptor, pieces.data(), static_cast<int>(pieces.size()), offset);
+        PassOverPayloads(job.path);
+        char piece[kRandomRead];
+        PlainFile file(job.path, PlainFile::Mode::Read);
+        for (std::size_t i = 0; i < job.sizes.coldReads; ++i) {
+            file.ReadAt(offsets[i], piece, sizeof piece);
         }
-        close(descriptor);
-        Require(got == 0);
     });
 }
 

@@ -67,6 +67,7 @@ namespace Floors {
 
 Sample WriteSmall(const Job& job);
 Sample ReadHeads(const Job& job);
+Sample ReadHeadsAndRandomly(const Job& job);
 Sample OpenAndReadDirectory(const Job& job);
 Sample KeepDirectory(const Job& job);
 Sample FindMany(const Job& job);

@@ -13,13 +13,6 @@ constexpr BlockNumber kSmallGap = 8;
 
 } // namespace
 
-const unsigned char* BlockHeads::Of(BlockNumber number) {
-    if (!Holds(number)) {
-        Load(number);
-    }
-    return Holds(number) ? heads_.data() + (number - first_) * kHeadSize : nullptr;
-}
-
 void BlockHeads::Load(BlockNumber number) {
     const std::uint64_t end = std::uint64_t{first_} + held_;
     const bool upwards = number >= end && number - end < kSmallGap;

@@ -14,7 +14,12 @@ public:
     explicit BlockHeads(BlockFile& file) : file_(file) {}
 
     /// The first kHeadSize bytes of a block, until the next call; null when they cannot be read.
-    const unsigned char* Of(BlockNumber number);
+    const unsigned char* Of(BlockNumber number) {
+        if (!Holds(number)) {
+            Load(number);
+        }
+        return Holds(number) ? heads_.data() + (number - first_) * BlockFormat::kHeadSize : nullptr;
+    }
 
 private:
     bool Holds(BlockNumber number) const { return number >= first_ && number - first_ < held_; }

@@ -4,22 +4,24 @@
 
 using namespace BlockFormat;
 
-std::optional<HeaderScan> HeaderScan::Of(BlockFile& file) {
-    HeaderScan scan;
-    scan.blocks.reserve(static_cast<std::size_t>(file.BlockCount() + 1));
-    scan.blocks.resize(1);
-    BlockHeads heads(file);
+std::optional<HeaderScan> HeaderScan::Of(BlockFile& file, const Directory& directory) {
     const auto last = static_cast<BlockNumber>(file.BlockCount());
+    HeaderScan scan;
+    scan.next.reserve(std::size_t{last} + 1);
+    scan.inUse.reserve(std::size_t{last} + 1);
+    scan.next.push_back(kNoBlock);
+    scan.inUse.push_back(0);
+    BlockHeads heads(file);
     for (BlockNumber number = 1; number <= last; ++number) {
         const unsigned char* const head = heads.Of(number);
-        if (head == nullptr) {
+        if (head == nullptr || NumberOf(head) != number || !HasSignature(head)) {
             return std::nullopt;
         }
-        if (NumberOf(head) != number || !HasSignature(head)) {
-            return std::nullopt;
+        scan.next.push_back(NextOf(head));
+        scan.inUse.push_back(head[kInUseOffset] != 0 ? 1 : 0);
+        if (UsedOf(head) > kPayloadSize && !directory.HoldsBlock(number)) {
+            scan.overfull.insert(number);
         }
-        scan.blocks.push_back(
-            {NextOf(head), head[kInUseOffset] != 0, UsedOf(head) <= kPayloadSize});
     }
     return scan;
 }
@@ -29,20 +31,20 @@ namespace {
 class ChainWalk {
 public:
     ChainWalk(const HeaderScan& scan, const Directory& directory, ChainAudit& audit)
-        : blocks_(scan.blocks), directory_(directory), audit_(audit), reached_(blocks_.size()) {}
+        : scan_(scan), directory_(directory), audit_(audit), reached_(scan.next.size()) {}
 
     bool Reached(BlockNumber number) const { return reached_[number]; }
 
     void Follow(BlockNumber firstBlock) {
         BlockNumber previous = kNoBlock;
-        for (BlockNumber number = firstBlock; number != kNoBlock; number = blocks_[number].next) {
-            if (number >= blocks_.size()) {
+        for (BlockNumber number = firstBlock; number != kNoBlock; number = scan_.next[number]) {
+            if (number >= scan_.next.size()) {
                 if (!audit_.promised.insert(number).second) {
                     audit_.contested.insert(number);
                 }
                 return;
             }
-            if (directory_.HoldsBlock(number) || !blocks_[number].payloadFits) {
+            if (directory_.HoldsBlock(number) || scan_.overfull.count(number) != 0) {
                 audit_.contested.insert(previous);
                 return;
             }
@@ -57,7 +59,7 @@ public:
     }
 
 private:
-    const std::vector<HeaderScan::Block>& blocks_;
+    const HeaderScan& scan_;
     const Directory& directory_;
     ChainAudit& audit_;
     std::vector<bool> reached_;
@@ -65,16 +67,17 @@ private:
 
 } // namespace
 
-ChainAudit::ChainAudit(const HeaderScan& scan, const Directory& directory,
-                       std::vector<unsigned char>& used) {
+ChainAudit::ChainAudit(HeaderScan& scan, const Directory& directory) {
     ChainWalk walk(scan, directory, *this);
     for (auto slot = directory.NextInUse(0); slot; slot = directory.NextInUse(*slot + 1)) {
         walk.Follow(directory.Entry(*slot).firstBlock);
     }
-    used.resize(scan.blocks.size());
-    for (BlockNumber number = 1; number < scan.blocks.size(); ++number) {
-        used[number] =
-            scan.blocks[number].inUse || directory.HoldsBlock(number) || walk.Reached(number) ? 1
-                                                                                              : 0;
+    for (BlockNumber number = 1; number < scan.inUse.size(); ++number) {
+        if (walk.Reached(number)) {
+            scan.inUse[number] = 1;
+        }
+    }
+    for (std::size_t index = 0; index < directory.BlockCount(); ++index) {
+        scan.inUse[directory.Block(index).header.number] = 1;
     }
 }

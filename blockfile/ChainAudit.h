@@ -8,20 +8,18 @@
 #include <unordered_set>
 #include <vector>
 
-/// The headers of all blocks, read in one pass when a file is opened for writing. Element n is
-/// block n; element 0 is unused.
+/// What the heads of all blocks say, read in one pass when a file is opened for writing. Element n
+/// of a vector is block n's; element 0 is unused.
 struct HeaderScan {
-    struct Block {
-        BlockFormat::BlockNumber next = BlockFormat::kNoBlock;
-        bool inUse = false;
-        /// The used-bytes field is within a payload; without meaning for a directory block.
-        bool payloadFits = true;
-    };
-    std::vector<Block> blocks;
+    std::vector<BlockFormat::BlockNumber> next;
+    /// 1 for a block that is marked used, else 0.
+    std::vector<unsigned char> inUse;
+    /// Data blocks whose used bytes are more than a payload has.
+    std::unordered_set<BlockFormat::BlockNumber> overfull;
 
     /// None when a block's number is not its position, its signature is not of this format, or it
     /// cannot be read.
-    static std::optional<HeaderScan> Of(BlockFile& file);
+    static std::optional<HeaderScan> Of(BlockFile& file, const Directory& directory);
 };
 
 /// What following every entry's chain over the scanned headers shows. After a crash, or in a
@@ -38,9 +36,8 @@ struct ChainAudit {
 
     ChainAudit() = default;
 
-    /// Sets `used` to a flag for each block: 1 for every block that is marked used, belongs to the
-    /// directory, or is part of an entry's chain. A block marked used by mistake is only wasted;
-    /// one marked free by mistake would be given to a second entry.
-    ChainAudit(const HeaderScan& scan, const Directory& directory,
-               std::vector<unsigned char>& used);
+    /// Sets the flag of every block in `scan.inUse` that belongs to the directory or is part of an
+    /// entry's chain. A block marked used by mistake is only wasted; one marked free by mistake
+    /// would be given to a second entry.
+    ChainAudit(HeaderScan& scan, const Directory& directory);
 };

@@ -186,16 +186,17 @@ void CompoundFileServer::LoadDirectory() {
 }
 
 void CompoundFileServer::LoadUsage() {
-    const std::optional<HeaderScan> scan = HeaderScan::Of(file_);
+    std::optional<HeaderScan> scan = HeaderScan::Of(file_, directory_);
     if (!scan) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-    std::vector<unsigned char> used;
-    audit_ = ChainAudit(*scan, directory_, used);
+    audit_ = ChainAudit(*scan, directory_);
+    std::vector<unsigned char>& used = scan->inUse;
     const std::vector<unsigned char> snapshot = ReadFreeList();
-    std::transform(snapshot.begin(), snapshot.end(), used.begin(), used.begin(),
-                   [](unsigned char marked, unsigned char found) -> unsigned char {
-                       return marked != 0 || found != 0 ? 1 : 0;
-                   });
+    for (std::size_t number = 1; number < snapshot.size(); ++number) {
+        if (snapshot[number] != 0) {
+            used[number] = 1;
+        }
+    }
     usage_ = UsageTable(used);
 }
