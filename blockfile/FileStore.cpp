@@ -25,6 +25,8 @@ constexpr std::uint64_t kPage = 4096;
 constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
 /// A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
 constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
+/// What stays in the window before a write that moves it: a small entry's directory block, and the
+/// one that leads to that.
 constexpr std::uint64_t kKeptBefore = 2 * kPage;
 /// Heads read by one call: each takes two of the pieces that a call may have, itself and the rest
 /// of its block.
@@ -95,13 +97,15 @@ std::size_t FileStore::ReadHeads(std::uint64_t offset, std::size_t size, std::si
         pieces[2 * i] = {heads + i * size, size};
         pieces[2 * i + 1] = {passedOver.data(), passedOver.size() - size};
     }
-    ssize_t got = Flush() ? 0 : -1;
+    if (!Flush()) {
+        return 0;
+    }
+    ssize_t got = 0;
     do {
-        got = got < 0 ? got
-                      : preadv(descriptor_, pieces.data(), static_cast<int>(2 * count),
-                               static_cast<off_t>(offset));
+        got = preadv(descriptor_, pieces.data(), static_cast<int>(2 * count),
+                     static_cast<off_t>(offset));
     } while (got < 0 && errno == EINTR);
-    return got < 0 ? 0 : static_cast<std::size_t>(got) / BlockFormat::kBlockSize;
+    return static_cast<std::size_t>(std::max<ssize_t>(got, 0)) / BlockFormat::kBlockSize;
 }
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
@@ -185,8 +189,7 @@ void FileStore::Reserve(std::size_t size) {
     }
 }
 
-// Makes room for a write. What lies shortly before it is kept, for an entry's directory block is
-// often there, and is written next.
+// Makes room for a write. What lies shortly before it is kept: it is often written next.
 void FileStore::MoveWindow(std::uint64_t offset) {
     Reserve(kWindowSize);
     const bool goesOn = offset >= windowStart_ && offset <= windowStart_ + windowLength_;
