@@ -24,6 +24,7 @@ void Directory::Clear() {
 bool Directory::AppendLoaded(const unsigned char* bytes, BlockNumber number) {
     Record& record = MakeRoom();
     if (!record.block.Unpack(bytes, number)) {
+        chunks_.back().pop_back();
         return false;
     }
     Enter(record);
@@ -153,15 +154,13 @@ MD5::RawDigest Directory::Digest() const {
 
 // The place of the next record, which counts only when it has been entered.
 Directory::Record& Directory::MakeRoom() {
-    if (blockCount_ == chunks_.size() * kRecordsPerChunk) {
-        chunks_.emplace_back(new Record[kRecordsPerChunk]);
+    if (blockCount_ == FirstOfChunk(chunks_.size())) {
+        chunks_.emplace_back().reserve(kFirstChunkSize << (chunks_.size() - 1));
     }
-    return At(blockCount_);
+    return chunks_.back().emplace_back();
 }
 
-void Directory::Enter(Record& record) {
-    record.changed = false;
-    record.generations = {};
+void Directory::Enter(const Record& record) {
     for (const DirEntry& entry : record.block.entries) {
         isInUse_.push_back(entry.firstBlock != kNoBlock);
         entryCount_ += isInUse_.back() ? 1 : 0;

@@ -3,14 +3,15 @@
 #include "blockfile/DirBlock.h"
 #include "blockfile/NameIndex.h"
 
+#include <TALVOutl/LargePages.h>
 #include <TALVOutl/MD5.h>
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <set>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// The chain of directory blocks in memory: finds entries by name, hands out free slots, and knows
@@ -75,14 +76,20 @@ private:
         std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations;
     };
 
-    Record& At(std::size_t index) {
-        return chunks_[index / kRecordsPerChunk][index % kRecordsPerChunk];
-    }
+    Record& At(std::size_t index) { return const_cast<Record&>(std::as_const(*this).At(index)); }
     const Record& At(std::size_t index) const {
-        return chunks_[index / kRecordsPerChunk][index % kRecordsPerChunk];
+        const std::size_t chunk = ChunkOf(index);
+        return chunks_[chunk][index - FirstOfChunk(chunk)];
+    }
+    /// Each chunk is twice the size of the one before.
+    static std::size_t FirstOfChunk(std::size_t chunk) {
+        return ((std::size_t{1} << chunk) - 1) * kFirstChunkSize;
+    }
+    static std::size_t ChunkOf(std::size_t index) {
+        return static_cast<std::size_t>(63 - __builtin_clzll(index / kFirstChunkSize + 1));
     }
     Record& MakeRoom();
-    void Enter(Record& record);
+    void Enter(const Record& record);
     bool IsInUse(Slot slot) const { return isInUse_[slot]; }
     bool HasFreeSlot(std::size_t index) const;
     Slot SlotCount() const;
@@ -90,8 +97,8 @@ private:
     void RemoveFromIndex(Slot slot);
 
     /// Neighbours in the chain lie side by side in memory, and stay where they are.
-    static constexpr std::size_t kRecordsPerChunk = 64;
-    std::vector<std::unique_ptr<Record[]>> chunks_;
+    static constexpr std::size_t kFirstChunkSize = 16;
+    std::vector<std::vector<Record, LargePageAllocator<Record>>> chunks_;
     std::size_t blockCount_ = 0;
     std::vector<bool> isInUse_;
     std::vector<bool> isDirBlock_;

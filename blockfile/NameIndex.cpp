@@ -86,7 +86,7 @@ std::size_t NameIndex::BucketFor(std::string_view name, std::uint32_t hash) cons
 }
 
 void NameIndex::Rehash(std::size_t size) {
-    std::vector<Bucket> old(size);
+    decltype(buckets_) old(size);
     old.swap(buckets_);
     for (const Bucket& bucket : old) {
         if (bucket.name != nullptr) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <TALVOutl/LargePages.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -37,6 +39,6 @@ private:
     void Rehash(std::size_t size);
 
     /// As many as a power of two, at most three quarters of them taken.
-    std::vector<Bucket> buckets_;
+    std::vector<Bucket, LargePageAllocator<Bucket>> buckets_;
     std::size_t count_ = 0;
 };

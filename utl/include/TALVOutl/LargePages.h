@@ -1,0 +1,37 @@
+#pragma once
+
+#include <TALVOutl/Export.h>
+
+#include <cstddef>
+#include <limits>
+#include <new>
+
+/// Memory of `size` bytes, which may lie on large pages of the system: a table of many megabytes is
+/// then had and visited without a fault, and a miss, for every few kilobytes. Null when there is
+/// none. KrFreeOnLargePages gives it back.
+TALVOUTL_EXPORT void* KrAllocateOnLargePages(std::size_t size);
+TALVOUTL_EXPORT void KrFreeOnLargePages(void* memory);
+
+/// A standard allocator with that memory.
+template <typename Value>
+struct LargePageAllocator {
+    using value_type = Value;
+
+    LargePageAllocator() = default;
+    template <typename Other>
+    explicit LargePageAllocator(const LargePageAllocator<Other>&) {}
+
+    Value* allocate(std::size_t count) {
+        void* const memory = count <= std::numeric_limits<std::size_t>::max() / sizeof(Value)
+                                 ? KrAllocateOnLargePages(count * sizeof(Value))
+                                 : nullptr;
+        if (memory == nullptr) {
+            throw std::bad_alloc();
+        }
+        return static_cast<Value*>(memory);
+    }
+    void deallocate(Value* memory, std::size_t) { KrFreeOnLargePages(memory); }
+
+    friend bool operator==(const LargePageAllocator&, const LargePageAllocator&) { return true; }
+    friend bool operator!=(const LargePageAllocator&, const LargePageAllocator&) { return false; }
+};
