@@ -139,12 +139,12 @@ std::string Bench::StartOf(const Row& row, const std::string& store) {
     }
     const bool onOurStore = store == kFloor || (store == kCounterpart && row.counterpartNeedsStore);
     const std::string owner = onOurStore ? KrstreamContender().name : store;
-    const std::string file = owner + std::to_string(static_cast<int>(row.start));
-    const auto [found, isNew] = built_.emplace(file, (folder / file).string());
-    if (isNew) {
-        RunSelf({"build", row.id, owner, found->second}, options_.small);
+    const std::string path =
+        (folder / (owner + std::to_string(static_cast<int>(row.start)))).string();
+    if (built_.insert(path).second) {
+        RunSelf({"build", row.id, owner, path}, options_.small);
     }
-    return found->second;
+    return path;
 }
 
 void BuildStart(const std::string& row, const std::string& store, const std::string& path,

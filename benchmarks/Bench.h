@@ -5,7 +5,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include <cstdint>
-#include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -55,7 +55,7 @@ private:
     const Path disk_;
     const Path memory_;
     /// Where the stores are that were built so far.
-    std::map<std::string, std::string> built_;
+    std::set<std::string> built_;
 };
 
 /// The entry points of the processes that Bench starts.

@@ -2,20 +2,14 @@
 #include "benchmarks/EntryWorks.h"
 #include "benchmarks/PlainFile.h"
 #include "benchmarks/Works.h"
+#include "blockfile/BlockFormat.h"
 
 #include <TALVOutl/BlowFish.h>
-#include <TALVOutl/ByteOrder.h>
 
 #include <algorithm>
 #include <cstring>
 
 namespace {
-
-// The layout of the file, as far as a reader of its directory and its payloads has to know it.
-constexpr std::size_t kBlock = 1024;
-constexpr std::size_t kNextField = 15;
-constexpr std::size_t kPayload = 1003;
-constexpr std::size_t kEnciphered = 1000;
 
 Sample ReadAt(const std::string& path, const std::uint64_t* first, const std::uint64_t* last) {
     return Measure([&] {
@@ -28,12 +22,13 @@ Sample ReadAt(const std::string& path, const std::uint64_t* first, const std::ui
 
 Sample ReadDirectory(const std::string& path, std::size_t repeats) {
     return Measure([&] {
-        unsigned char block[kBlock];
+        unsigned char block[BlockFormat::kBlockSize];
         for (std::size_t i = 0; i < repeats; ++i) {
             PlainFile file(path, PlainFile::Mode::Read);
-            for (std::uint64_t number = 1; number != 0;
-                 number = LoadLittleEndian<std::uint32_t>(block + kNextField)) {
-                file.ReadAt((number - 1) * kBlock, reinterpret_cast<char*>(block), kBlock);
+            for (auto number = BlockFormat::kFirstBlock; number != BlockFormat::kNoBlock;
+                 number = BlockFormat::NextOf(block)) {
+                file.ReadAt(BlockFormat::OffsetOf(number), reinterpret_cast<char*>(block),
+                            sizeof block);
             }
         }
     });
@@ -43,7 +38,9 @@ Sample ReadDirectory(const std::string& path, std::size_t repeats) {
 template <typename Crypt>
 Sample OnEachPayload(const Job& job, Crypt crypt) {
     const BlowFish::Context cipher(kPassword, std::strlen(kPassword));
-    std::vector<char> payload(StreamBytes(0, 0), StreamBytes(0, 0) + kEnciphered);
+    constexpr std::size_t kPayload = BlockFormat::kPayloadSize;
+    std::vector<char> payload(StreamBytes(0, 0),
+                              StreamBytes(0, 0) + BlockFormat::EncipheredLength(kPayload));
     return Measure([&] {
         for (std::uint64_t number = 0; number < job.sizes.largeStream / kPayload; ++number) {
             crypt(cipher, payload, number);

@@ -1,7 +1,6 @@
 #include "benchmarks/PlainFile.h"
 #include "benchmarks/Works.h"
-
-#include <TALVOutl/ByteOrder.h>
+#include "blockfile/BlockFormat.h"
 
 #include <array>
 #include <cstdlib>
@@ -16,10 +15,9 @@
 
 namespace {
 
-constexpr std::size_t kBlock = 1024;
-constexpr std::size_t kHead = 21;
-constexpr std::size_t kNextField = 15;
-constexpr std::size_t kEntriesPerDirectoryBlock = 3;
+constexpr std::size_t kBlock = BlockFormat::kBlockSize;
+constexpr std::size_t kHead = BlockFormat::kHeadSize;
+constexpr std::size_t kEntriesPerDirectoryBlock = BlockFormat::kSlotsPerBlock;
 constexpr std::size_t kHeadsPerCall = 512;
 
 using Block = std::array<char, kBlock>;
@@ -30,9 +28,8 @@ void Require(bool condition) {
     }
 }
 
-std::uint64_t NextOf(const Block& block) {
-    return LoadLittleEndian<std::uint32_t>(
-        reinterpret_cast<const unsigned char*>(block.data() + kNextField));
+BlockFormat::BlockNumber NextOf(const Block& block) {
+    return BlockFormat::NextOf(reinterpret_cast<const unsigned char*>(block.data()));
 }
 
 /// The place of a small entry's block: three follow each directory block.
@@ -44,9 +41,10 @@ Sample KeepDirectoryOf(const std::string& path) {
     return Measure([&] {
         PlainFile file(path, PlainFile::Mode::Read);
         std::vector<std::unique_ptr<Block>> blocks;
-        for (std::uint64_t number = 1; number != 0; number = NextOf(*blocks.back())) {
+        for (auto number = BlockFormat::kFirstBlock; number != BlockFormat::kNoBlock;
+             number = NextOf(*blocks.back())) {
             blocks.emplace_back(new Block);
-            file.ReadAt((number - 1) * kBlock, blocks.back()->data(), kBlock);
+            file.ReadAt(BlockFormat::OffsetOf(number), blocks.back()->data(), kBlock);
         }
     });
 }

@@ -92,7 +92,6 @@ KrStreamE::Status CompoundFileServer::Close() {
         if (usageDirty_) {
             WriteFreeList();
             WriteFreeMarks();
-            SendToFile();
         }
     });
     Reset();

@@ -72,8 +72,8 @@ public:
 private:
     struct Record {
         DirBlock block;
-        bool changed;
-        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations;
+        bool changed = false;
+        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
     };
 
     Record& At(std::size_t index) { return const_cast<Record&>(std::as_const(*this).At(index)); }

@@ -247,16 +247,19 @@ void CompoundFileServer::FreeBlock(BlockNumber number) {
 
 // Until a freed block is marked so on disk, a crash wastes it and does no other harm.
 void CompoundFileServer::WriteFreeMarks() {
+    if (unmarked_.empty()) {
+        return;
+    }
     std::sort(unmarked_.begin(), unmarked_.end());
     unmarked_.erase(std::unique(unmarked_.begin(), unmarked_.end()), unmarked_.end());
-    Chain unmarked;
-    unmarked.swap(unmarked_);
     DataBlock block;
-    for (std::size_t i = 0; i < unmarked.size(); ++i) {
-        if (!usage_.IsUsed(unmarked[i])) {
-            FetchBlock(unmarked[i], block, unmarked.size() - i);
+    for (std::size_t i = 0; i < unmarked_.size(); ++i) {
+        if (!usage_.IsUsed(unmarked_[i])) {
+            FetchBlock(unmarked_[i], block, unmarked_.size() - i);
             block.SetInUse(false);
-            StoreImage(unmarked[i], false, block.Image());
+            StoreImage(unmarked_[i], false, block.Image());
         }
     }
+    unmarked_ = {};
+    SendToFile();
 }

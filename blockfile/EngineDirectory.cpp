@@ -137,10 +137,7 @@ void CompoundFileServer::WriteDirectory() {
 
 void CompoundFileServer::WriteChanges() {
     WriteDirectory();
-    if (!unmarked_.empty()) {
-        WriteFreeMarks();
-        SendToFile();
-    }
+    WriteFreeMarks();
 }
 
 void CompoundFileServer::SendToFile() {

@@ -66,9 +66,12 @@ std::streamsize EntryBuffer::xsgetn(char* bytes, std::streamsize count) {
         return done + std::streambuf::xsgetn(bytes + done, count - done);
     }
     BeginReading();
-    for (std::streamsize got = 1; got > 0 && done < count;
-         done += std::max<std::streamsize>(got, 0)) {
-        got = device_.read(bytes + done, count - done);
+    while (done < count) {
+        const std::streamsize got = device_.read(bytes + done, count - done);
+        if (got <= 0) {
+            break;
+        }
+        done += got;
     }
     return done;
 }

@@ -23,7 +23,3 @@ void* KrAllocateOnLargePages(std::size_t size) {
     }
     return memory;
 }
-
-void KrFreeOnLargePages(void* memory) {
-    std::free(memory);
-}

@@ -3,14 +3,14 @@
 #include <TALVOutl/Export.h>
 
 #include <cstddef>
+#include <cstdlib>
 #include <limits>
 #include <new>
 
 /// Memory of `size` bytes, which may lie on large pages of the system: a table of many megabytes is
 /// then had and visited without a fault, and a miss, for every few kilobytes. Null when there is
-/// none. KrFreeOnLargePages gives it back.
+/// none. std::free gives it back. Any thread.
 TALVOUTL_EXPORT void* KrAllocateOnLargePages(std::size_t size);
-TALVOUTL_EXPORT void KrFreeOnLargePages(void* memory);
 
 /// A standard allocator with that memory.
 template <typename Value>
@@ -30,7 +30,7 @@ struct LargePageAllocator {
         }
         return static_cast<Value*>(memory);
     }
-    void deallocate(Value* memory, std::size_t) { KrFreeOnLargePages(memory); }
+    void deallocate(Value* memory, std::size_t) { std::free(memory); }
 
     friend bool operator==(const LargePageAllocator&, const LargePageAllocator&) { return true; }
     friend bool operator!=(const LargePageAllocator&, const LargePageAllocator&) { return false; }
