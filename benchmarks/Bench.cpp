@@ -139,8 +139,7 @@ std::string Bench::StartOf(const Row& row, const std::string& store) {
     }
     const bool onOurStore = store == kFloor || (store == kCounterpart && row.counterpartNeedsStore);
     const std::string owner = onOurStore ? KrstreamContender().name : store;
-    const std::string path =
-        (folder / (owner + std::to_string(static_cast<int>(row.start)))).string();
+    std::string path = (folder / (owner + std::to_string(static_cast<int>(row.start)))).string();
     if (built_.insert(path).second) {
         RunSelf({"build", row.id, owner, path}, options_.small);
     }
