@@ -15,7 +15,7 @@ struct HeaderScan {
     /// 1 for a block that is marked used, else 0.
     std::vector<unsigned char> inUse;
     /// Data blocks whose used bytes are more than a payload has.
-    std::unordered_set<BlockFormat::BlockNumber> overfull;
+    std::vector<BlockFormat::BlockNumber> overfull;
 
     /// None when a block's number is not its position, its signature is not of this format, or it
     /// cannot be read.

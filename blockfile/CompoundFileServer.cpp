@@ -193,9 +193,7 @@ void CompoundFileServer::LoadUsage() {
     std::vector<unsigned char>& used = scan->inUse;
     const std::vector<unsigned char> snapshot = ReadFreeList();
     for (std::size_t number = 1; number < snapshot.size(); ++number) {
-        if (snapshot[number] != 0) {
-            used[number] = 1;
-        }
+        used[number] = used[number] != 0 || snapshot[number] != 0 ? 1 : 0;
     }
     usage_ = UsageTable(used);
 }
