@@ -10,6 +10,7 @@
 #include <TALVOutl/BlowFish.h>
 #include <TALVOutl/TimeUtl.h>
 
+#include <algorithm>
 #include <ctime>
 #include <iosfwd>
 #include <map>
@@ -116,7 +117,10 @@ public:
     Status AllocateBlock(DataBlock& block);
     /// Whether a block was given out and its stream has not written it yet: nothing sound stands at
     /// its place, and nobody but that stream may take it for a part of the chain.
-    bool IsUnwritten(BlockNumber number) const;
+    bool IsUnwritten(BlockNumber number) const {
+        return !unwritten_.empty() &&
+               std::find(unwritten_.begin(), unwritten_.end(), number) != unwritten_.end();
+    }
     /// Whether a block may be written through the entry that leads to it.
     bool MayWrite(BlockNumber number) const {
         return !readOnly_ && audit_.contested.count(number) == 0;

@@ -74,12 +74,8 @@ KrStreamE::Status CompoundFileServer::AllocateBlock(DataBlock& block) {
     });
 }
 
-bool CompoundFileServer::IsUnwritten(BlockNumber number) const {
-    return std::find(unwritten_.begin(), unwritten_.end(), number) != unwritten_.end();
-}
-
 // Whether a data block can stand there at all.
-void CompoundFileServer::CheckPlace(BlockNumber number) const {
+inline void CompoundFileServer::CheckPlace(BlockNumber number) const {
     if (number == kNoBlock || directory_.HoldsBlock(number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
@@ -98,7 +94,7 @@ const unsigned char* CompoundFileServer::ViewBlock(BlockFile::Reading& reading, 
     return block;
 }
 
-BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber number) const {
+inline BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber number) const {
     CheckPlace(number);
     const unsigned char* const head = heads.Of(number);
     if (head == nullptr || !IsSoundDataBlock(head, number)) {
@@ -108,7 +104,7 @@ BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber number) 
 }
 
 // A chain longer than the file has blocks runs in a circle.
-void CompoundFileServer::AppendLink(Chain& chain, BlockNumber next) const {
+inline void CompoundFileServer::AppendLink(Chain& chain, BlockNumber next) const {
     if (chain.size() >= std::max<std::uint64_t>(file_.BlockCount(), usage_.Highest())) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }

@@ -102,10 +102,12 @@ std::size_t FileStore::ReadHeads(std::uint64_t offset, std::size_t size, std::si
     }
     ssize_t got = 0;
     do {
-        got = preadv(descriptor_, pieces.data(), static_cast<int>(2 * count),
+        // Nothing is read behind the last head.
+        got = preadv(descriptor_, pieces.data(), static_cast<int>(2 * count - 1),
                      static_cast<off_t>(offset));
     } while (got < 0 && errno == EINTR);
-    return static_cast<std::size_t>(std::max<ssize_t>(got, 0)) / BlockFormat::kBlockSize;
+    return (static_cast<std::size_t>(std::max<ssize_t>(got, 0)) + passedOver.size() - size) /
+           BlockFormat::kBlockSize;
 }
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
