@@ -14,23 +14,25 @@ void Directory::Clear() {
     chunks_.clear();
     blockCount_ = 0;
     isInUse_.clear();
+    generations_.clear();
+    isChanged_.clear();
     isDirBlock_.clear();
     entryCount_ = 0;
-    blocksWithFreeSlot_.clear();
+    blocksWithFreeSlot_ = {};
     changedBlocks_.clear();
     firstNewBlock_ = 0;
 }
 
 bool Directory::AppendLoaded(const unsigned char* bytes, BlockNumber number) {
-    Record& record = MakeRoom();
-    if (!record.block.Unpack(bytes, number)) {
+    DirBlock& block = MakeRoom();
+    if (!block.Unpack(bytes, number)) {
         chunks_.back().pop_back();
         return false;
     }
-    Enter(record);
+    Enter(block);
     firstNewBlock_ = blockCount_;
     // An old block is brought to the present version by the next flush that has something to write.
-    if (record.block.header.signature != kSignature) {
+    if (block.header.signature != kSignature) {
         MarkBlockChanged(blockCount_ - 1);
     }
     return true;
@@ -41,9 +43,9 @@ void Directory::AppendNew(BlockNumber number) {
         Block(blockCount_ - 1).header.next = number;
         MarkBlockChanged(blockCount_ - 1);
     }
-    Record& record = MakeRoom();
-    record.block = DirBlock::Empty(number);
-    Enter(record);
+    DirBlock& block = MakeRoom();
+    block = DirBlock::Empty(number);
+    Enter(block);
     MarkBlockChanged(blockCount_ - 1);
 }
 
@@ -75,7 +77,7 @@ std::optional<Directory::Slot> Directory::FreeSlot() const {
     if (blocksWithFreeSlot_.empty()) {
         return std::nullopt;
     }
-    Slot slot = static_cast<Slot>(*blocksWithFreeSlot_.rbegin() * kSlotsPerBlock);
+    Slot slot = static_cast<Slot>(blocksWithFreeSlot_.top() * kSlotsPerBlock);
     while (IsInUse(slot)) {
         ++slot;
     }
@@ -92,7 +94,7 @@ void Directory::Occupy(Slot slot, std::string_view name, const char* time, Block
     isInUse_[slot] = true;
     ++entryCount_;
     if (!HasFreeSlot(slot / kSlotsPerBlock)) {
-        blocksWithFreeSlot_.erase(slot / kSlotsPerBlock);
+        blocksWithFreeSlot_.pop();
     }
     if (indexed_) {
         index_.Insert(entry.name, slot);
@@ -107,20 +109,18 @@ void Directory::Free(Slot slot) {
     DirEntry& entry = Entry(slot);
     entry.firstBlock = kNoBlock;
     entry.size = 0;
+    if (!HasFreeSlot(slot / kSlotsPerBlock)) {
+        blocksWithFreeSlot_.push(slot / kSlotsPerBlock);
+    }
     isInUse_[slot] = false;
     --entryCount_;
-    ++At(slot / kSlotsPerBlock).generations[slot % kSlotsPerBlock];
-    blocksWithFreeSlot_.insert(slot / kSlotsPerBlock);
+    ++generations_[slot];
     MarkEntryChanged(slot);
 }
 
-std::uint32_t Directory::Generation(Slot slot) const {
-    return At(slot / kSlotsPerBlock).generations[slot % kSlotsPerBlock];
-}
-
 void Directory::MarkBlockChanged(std::size_t index) {
-    if (!At(index).changed) {
-        At(index).changed = true;
+    if (!isChanged_[index]) {
+        isChanged_[index] = true;
         changedBlocks_.push_back(index);
     }
 }
@@ -129,14 +129,15 @@ void Directory::MarkEntryChanged(Slot slot) {
     MarkBlockChanged(slot / kSlotsPerBlock);
 }
 
-std::vector<std::size_t> Directory::TakeChanged() {
-    std::vector<std::size_t> order;
+const std::vector<std::size_t>& Directory::TakeChanged() {
+    std::vector<std::size_t>& order = takenBlocks_;
+    order.clear();
     order.swap(changedBlocks_);
     std::sort(order.begin(), order.end());
     const auto firstNew = std::lower_bound(order.begin(), order.end(), firstNewBlock_);
     std::rotate(order.begin(), firstNew, order.end());
     for (const std::size_t index : order) {
-        At(index).changed = false;
+        isChanged_[index] = false;
         Block(index).header.signature = kSignature;
         Block(index).header.inUse = 1;
     }
@@ -152,27 +153,29 @@ MD5::RawDigest Directory::Digest() const {
     return digest.GetRawDigest();
 }
 
-// The place of the next record, which counts only when it has been entered.
-Directory::Record& Directory::MakeRoom() {
+// The place of the next block, which counts only when it has been entered.
+DirBlock& Directory::MakeRoom() {
     if (blockCount_ == FirstOfChunk(chunks_.size())) {
         chunks_.emplace_back().reserve(kFirstChunkSize << (chunks_.size() - 1));
     }
     return chunks_.back().emplace_back();
 }
 
-void Directory::Enter(const Record& record) {
-    for (const DirEntry& entry : record.block.entries) {
+void Directory::Enter(const DirBlock& block) {
+    for (const DirEntry& entry : block.entries) {
         isInUse_.push_back(entry.firstBlock != kNoBlock);
         entryCount_ += isInUse_.back() ? 1 : 0;
     }
-    const BlockNumber number = record.block.header.number;
+    generations_.resize(isInUse_.size());
+    isChanged_.push_back(false);
+    const BlockNumber number = block.header.number;
     if (number >= isDirBlock_.size()) {
         isDirBlock_.resize(std::size_t{number} + 1);
     }
     isDirBlock_[number] = true;
     ++blockCount_;
     if (HasFreeSlot(blockCount_ - 1)) {
-        blocksWithFreeSlot_.insert(blockCount_ - 1);
+        blocksWithFreeSlot_.push(blockCount_ - 1);
     }
 }
 

@@ -6,17 +6,16 @@
 #include <TALVOutl/LargePages.h>
 #include <TALVOutl/MD5.h>
 
-#include <array>
 #include <cstdint>
 #include <optional>
-#include <set>
+#include <queue>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 /// The chain of directory blocks in memory: finds entries by name, hands out free slots, and knows
 /// which blocks have changed since they were last written. Entries are numbered by slot: directory
-/// block times three, plus the slot within the block. Records stay where they are until Clear.
+/// block times three, plus the slot within the block. Blocks stay where they are until Clear.
 class Directory {
 public:
     using BlockNumber = BlockFormat::BlockNumber;
@@ -32,8 +31,13 @@ public:
 
     bool IsEmpty() const { return blockCount_ == 0; }
     std::size_t BlockCount() const { return blockCount_; }
-    DirBlock& Block(std::size_t index) { return At(index).block; }
-    const DirBlock& Block(std::size_t index) const { return At(index).block; }
+    DirBlock& Block(std::size_t index) {
+        return const_cast<DirBlock&>(std::as_const(*this).Block(index));
+    }
+    const DirBlock& Block(std::size_t index) const {
+        const std::size_t chunk = ChunkOf(index);
+        return chunks_[chunk][index - FirstOfChunk(chunk)];
+    }
     /// Whether a block of the file belongs to the directory.
     bool HoldsBlock(BlockNumber number) const {
         return number < isDirBlock_.size() && isDirBlock_[number];
@@ -50,37 +54,26 @@ public:
     /// The lowest free slot of the last block that has one.
     std::optional<Slot> FreeSlot() const;
 
-    /// Makes an entry in a free slot. `name` has at most DirEntry::kMaxNameLength bytes; `time` is
-    /// a time text.
+    /// Makes an entry in the slot that FreeSlot gives. `name` has at most DirEntry::kMaxNameLength
+    /// bytes; `time` is a time text.
     void Occupy(Slot slot, std::string_view name, const char* time, BlockNumber firstBlock);
     void Free(Slot slot);
     /// Changes whenever a slot is freed, so that a slot taken anew is not mistaken for the old
     /// entry.
-    std::uint32_t Generation(Slot slot) const;
+    std::uint32_t Generation(Slot slot) const { return generations_[slot]; }
 
     void MarkBlockChanged(std::size_t index);
     void MarkEntryChanged(Slot slot);
     /// The blocks to write, by index, in the order that keeps the file whole if it is interrupted:
     /// new blocks come before the older ones that lead to them. They count as unchanged from here
-    /// on.
-    std::vector<std::size_t> TakeChanged();
+    /// on. Valid until the next call.
+    const std::vector<std::size_t>& TakeChanged();
 
     /// The digest over all blocks in chain order by which a free-list snapshot is recognised as
     /// current.
     MD5::RawDigest Digest() const;
 
 private:
-    struct Record {
-        DirBlock block;
-        bool changed = false;
-        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
-    };
-
-    Record& At(std::size_t index) { return const_cast<Record&>(std::as_const(*this).At(index)); }
-    const Record& At(std::size_t index) const {
-        const std::size_t chunk = ChunkOf(index);
-        return chunks_[chunk][index - FirstOfChunk(chunk)];
-    }
     /// Each chunk is twice the size of the one before.
     static std::size_t FirstOfChunk(std::size_t chunk) {
         return ((std::size_t{1} << chunk) - 1) * kFirstChunkSize;
@@ -88,8 +81,8 @@ private:
     static std::size_t ChunkOf(std::size_t index) {
         return static_cast<std::size_t>(63 - __builtin_clzll(index / kFirstChunkSize + 1));
     }
-    Record& MakeRoom();
-    void Enter(const Record& record);
+    DirBlock& MakeRoom();
+    void Enter(const DirBlock& block);
     bool IsInUse(Slot slot) const { return isInUse_[slot]; }
     bool HasFreeSlot(std::size_t index) const;
     Slot SlotCount() const;
@@ -98,13 +91,19 @@ private:
 
     /// Neighbours in the chain lie side by side in memory, and stay where they are.
     static constexpr std::size_t kFirstChunkSize = 16;
-    std::vector<std::vector<Record, LargePageAllocator<Record>>> chunks_;
+    std::vector<std::vector<DirBlock, LargePageAllocator<DirBlock>>> chunks_;
     std::size_t blockCount_ = 0;
+    // What is asked often lies apart from the records, close together; by slot and by block.
     std::vector<bool> isInUse_;
+    std::vector<std::uint32_t> generations_;
+    std::vector<bool> isChanged_;
+    /// By number in the file.
     std::vector<bool> isDirBlock_;
     std::size_t entryCount_ = 0;
-    std::set<std::size_t> blocksWithFreeSlot_;
+    /// Entries are made in the last of them only, so that is the only one to go.
+    std::priority_queue<std::size_t> blocksWithFreeSlot_;
     std::vector<std::size_t> changedBlocks_;
+    std::vector<std::size_t> takenBlocks_;
     /// Blocks from this index on have never been written.
     std::size_t firstNewBlock_ = 0;
 
