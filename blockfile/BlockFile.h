@@ -50,6 +50,8 @@ public:
     /// padding.
     bool Write(BlockNumber number, const unsigned char* block);
 
+    /// To be called before a block is written that relies on what was written before.
+    bool KeepOrder(BlockNumber number) { return bytes_->KeepOrder(BlockFormat::OffsetOf(number)); }
     bool Flush();
 
     /// All bytes of the underlying file or stream, to its very end.

@@ -34,6 +34,10 @@ public:
     /// at once.
     virtual bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) = 0;
 
+    /// To be called before bytes at `offset` are written that rely on what was written before:
+    /// these are not sent together with it, unless one page takes all. False on an error.
+    virtual bool KeepOrder(std::uint64_t offset) = 0;
+
     /// Hands everything pending to the operating system; false on an error.
     virtual bool Flush() = 0;
 };

@@ -126,8 +126,13 @@ void CompoundFileServer::WriteDirBlock(std::size_t index) {
     StoreImage(block.header.number, block.header.inUse != 0, raw.Image());
 }
 
+// A directory block that is still on its way as it was made, with its entries' blocks behind it,
+// must not overtake them in its newest form.
 void CompoundFileServer::WriteDirectory() {
     for (const std::size_t index : directory_.TakeChanged()) {
+        if (!file_.KeepOrder(directory_.Block(index).header.number)) {
+            throw CompoundFileServerError{KrStreamE::Failed};
+        }
         WriteDirBlock(index);
     }
     directoryDirty_ = false;

@@ -130,6 +130,14 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
     return true;
 }
 
+// Elsewhere than in the pending run they come later anyway.
+bool FileStore::KeepOrder(std::uint64_t offset) {
+    const std::uint64_t begin = windowStart_ + pendingBegin_;
+    const std::uint64_t end = windowStart_ + pendingEnd_;
+    const bool isPending = offset >= begin && offset < end;
+    return !isPending || begin / kPage == (end - 1) / kPage || Flush();
+}
+
 bool FileStore::Flush() {
     std::size_t at = pendingBegin_;
     const std::size_t end = pendingEnd_;

@@ -23,6 +23,7 @@ public:
     std::size_t ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
                           unsigned char* heads) override;
     bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
+    bool KeepOrder(std::uint64_t offset) override;
     bool Flush() override;
 
 private:

@@ -24,6 +24,8 @@ public:
     std::size_t ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
                           unsigned char* heads) override;
     bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
+    /// Each write is given to the stream at once.
+    bool KeepOrder(std::uint64_t) override { return true; }
     bool Flush() override;
 
 private:
