@@ -150,6 +150,7 @@ void CompoundFileServer::Reset() {
     usage_ = UsageTable();
     audit_ = ChainAudit();
     unwritten_.clear();
+    stale_.clear();
     unmarked_.clear();
     directory_.Clear();
     directoryDirty_ = false;

@@ -160,6 +160,7 @@ private:
     void AppendDirBlock();
     void ReadDirBlock(BlockNumber number);
     void WriteDirBlock(std::size_t index);
+    void WriteStandIns();
     void WriteDirectory();
     void WriteChanges();
     void SendToFile();
@@ -202,6 +203,8 @@ private:
     ChainAudit audit_;
     /// One block for each stream that is extending its entry.
     std::vector<BlockNumber> unwritten_;
+    /// Those of them at whose place stand the bytes of an entry that is gone.
+    std::vector<BlockNumber> stale_;
     /// Blocks that were freed and whose marks on disk may still say that they are in use.
     Chain unmarked_;
     bool readOnly_ = false;

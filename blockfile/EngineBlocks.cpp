@@ -71,6 +71,9 @@ KrStreamE::Status CompoundFileServer::AllocateBlock(DataBlock& block) {
         }
         block.Reset(TakeBlock());
         unwritten_.push_back(block.Number());
+        if (file_.Contains(block.Number())) {
+            stale_.push_back(block.Number());
+        }
     });
 }
 
@@ -200,6 +203,7 @@ KrStreamE::Status CompoundFileServer::RestoreLostEnd() {
 
 void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
     unwritten_.erase(std::remove(unwritten_.begin(), unwritten_.end(), number), unwritten_.end());
+    stale_.erase(std::remove(stale_.begin(), stale_.end(), number), stale_.end());
 }
 
 CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {

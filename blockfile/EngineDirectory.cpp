@@ -129,6 +129,7 @@ void CompoundFileServer::WriteDirBlock(std::size_t index) {
 // A directory block that is still on its way as it was made, with its entries' blocks behind it,
 // must not overtake them in its newest form.
 void CompoundFileServer::WriteDirectory() {
+    WriteStandIns();
     for (const std::size_t index : directory_.TakeChanged()) {
         if (!file_.KeepOrder(directory_.Block(index).header.number)) {
             throw CompoundFileServerError{KrStreamE::Failed};
@@ -138,6 +139,15 @@ void CompoundFileServer::WriteDirectory() {
     directoryDirty_ = false;
     hasUnwrittenRemoval_ = false;
     SendToFile();
+}
+
+// An entry's size counts what its stream still holds. Should the program die before the stream
+// writes it, the entry must not end in what stood there before.
+void CompoundFileServer::WriteStandIns() {
+    for (const BlockNumber number : stale_) {
+        StoreEmptyBlock(number, true);
+    }
+    stale_.clear();
 }
 
 void CompoundFileServer::WriteChanges() {
