@@ -40,9 +40,12 @@ public:
 
     bool Reached(BlockNumber number) const { return marks_[number] == Mark::Reached; }
 
-    void Follow(BlockNumber firstBlock) {
+    /// The part of a chain that the entry's size needs.
+    void Follow(const DirEntry& entry) {
         BlockNumber previous = kNoBlock;
-        for (BlockNumber number = firstBlock; number != kNoBlock; number = next_[number]) {
+        BlockNumber number = entry.firstBlock;
+        for (std::uint64_t left = entry.size / kPayloadSize + 1; left > 0 && number != kNoBlock;
+             --left) {
             if (number >= next_.size()) {
                 if (!audit_.promised.insert(number).second) {
                     audit_.contested.insert(number);
@@ -60,6 +63,24 @@ public:
             }
             marks_[number] = Mark::Reached;
             previous = number;
+            number = next_[number];
+        }
+        if (number != kNoBlock) {
+            lastBlocks_.push_back(previous);
+        }
+    }
+
+    /// What is linked behind that, as far as nobody else has it.
+    void FollowRests() {
+        for (BlockNumber last : lastBlocks_) {
+            BlockNumber number = next_[last];
+            while (number != kNoBlock && Take(number)) {
+                last = number;
+                number = number < next_.size() ? next_[number] : kNoBlock;
+            }
+            if (number != kNoBlock) {
+                audit_.ends.insert(last);
+            }
         }
     }
 
@@ -71,9 +92,22 @@ private:
         NoData
     };
 
+    bool Take(BlockNumber number) {
+        if (number >= next_.size()) {
+            return audit_.promised.insert(number).second;
+        }
+        const bool isFree = marks_[number] == Mark::None;
+        if (isFree) {
+            marks_[number] = Mark::Reached;
+        }
+        return isFree;
+    }
+
     const std::vector<BlockNumber>& next_;
     ChainAudit& audit_;
     std::vector<Mark> marks_;
+    /// Blocks that an entry's size needs last, and that lead on.
+    std::vector<BlockNumber> lastBlocks_;
 };
 
 } // namespace
@@ -81,8 +115,9 @@ private:
 ChainAudit::ChainAudit(HeaderScan& scan, const Directory& directory) {
     ChainWalk walk(scan, directory, *this);
     for (auto slot = directory.NextInUse(0); slot; slot = directory.NextInUse(*slot + 1)) {
-        walk.Follow(directory.Entry(*slot).firstBlock);
+        walk.Follow(directory.Entry(*slot));
     }
+    walk.FollowRests();
     for (BlockNumber number = 1; number < scan.inUse.size(); ++number) {
         if (walk.Reached(number)) {
             scan.inUse[number] = 1;

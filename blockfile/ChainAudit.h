@@ -34,6 +34,11 @@ struct ChainAudit {
     /// entry.
     std::unordered_set<BlockFormat::BlockNumber> promised;
 
+    /// Blocks with all that their entry's size needs, whose link leads on into what another chain
+    /// or the directory has. A writer that died before it wrote the next block leaves such a link;
+    /// the chain ends here.
+    std::unordered_set<BlockFormat::BlockNumber> ends;
+
     ChainAudit() = default;
 
     /// Sets the flag of every block in `scan.inUse` that belongs to the directory or is part of an

@@ -161,6 +161,7 @@ private:
     void ReadDirBlock(BlockNumber number);
     void WriteDirBlock(std::size_t index);
     void WriteStandIns();
+    void WriteEnds();
     void WriteDirectory();
     void WriteChanges();
     void SendToFile();

@@ -103,7 +103,7 @@ inline BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber n
     if (head == nullptr || !IsSoundDataBlock(head, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-    return NextOf(head);
+    return audit_.ends.count(number) != 0 ? kNoBlock : NextOf(head);
 }
 
 // A chain longer than the file has blocks runs in a circle.
@@ -124,6 +124,9 @@ void CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlock& block, st
     // A crash can leave the mark of a block that is part of a chain at free; written back like
     // that, the block would be given to somebody else.
     block.SetInUse(true);
+    if (audit_.ends.count(number) != 0) {
+        block.SetNext(kNoBlock);
+    }
     if (IsEncrypted()) {
         Decipher(block);
     }
@@ -147,6 +150,7 @@ void CompoundFileServer::StoreDataBlock(const DataBlock& block) {
     } else {
         StoreImage(number, block.IsInUse(), block.Image());
     }
+    audit_.ends.erase(number);
     ForgetUnwritten(number);
 }
 

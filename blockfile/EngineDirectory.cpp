@@ -2,6 +2,7 @@
 #include "blockfile/EngineGuard.h"
 
 #include <cstring>
+#include <utility>
 
 using namespace BlockFormat;
 
@@ -129,6 +130,7 @@ void CompoundFileServer::WriteDirBlock(std::size_t index) {
 // A directory block that is still on its way as it was made, with its entries' blocks behind it,
 // must not overtake them in its newest form.
 void CompoundFileServer::WriteDirectory() {
+    WriteEnds();
     WriteStandIns();
     for (const std::size_t index : directory_.TakeChanged()) {
         if (!file_.KeepOrder(directory_.Block(index).header.number)) {
@@ -148,6 +150,17 @@ void CompoundFileServer::WriteStandIns() {
         StoreEmptyBlock(number, true);
     }
     stale_.clear();
+}
+
+// Links that are not to be followed go with the first change of the file.
+void CompoundFileServer::WriteEnds() {
+    DataBlock block;
+    for (const BlockNumber number : std::exchange(audit_.ends, {})) {
+        FetchBlock(number, block, 1);
+        block.SetNext(kNoBlock);
+        block.SetInUse(usage_.IsUsed(number));
+        StoreImage(number, block.IsInUse(), block.Image());
+    }
 }
 
 void CompoundFileServer::WriteChanges() {
