@@ -17,8 +17,10 @@ std::optional<HeaderScan> HeaderScan::Of(BlockFile& file, const Directory& direc
         }
         scan.next[number] = NextOf(head);
         scan.inUse[number] = head[kInUseOffset] != 0 ? 1 : 0;
+        // Marked free, it might be given to an entry while another one still leads to it.
         if (UsedOf(head) > kPayloadSize && !directory.HoldsBlock(number)) {
             scan.overfull.push_back(number);
+            scan.inUse[number] = 1;
         }
     }
     return scan;

@@ -12,7 +12,7 @@
 /// of a vector is block n's; element 0 is unused.
 struct HeaderScan {
     std::vector<BlockFormat::BlockNumber> next;
-    /// 1 for a block that is marked used, else 0.
+    /// 1 for a block that is marked used or overfull, else 0.
     std::vector<unsigned char> inUse;
     /// Data blocks whose used bytes are more than a payload has.
     std::vector<BlockFormat::BlockNumber> overfull;

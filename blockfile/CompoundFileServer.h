@@ -167,6 +167,9 @@ private:
     void SendToFile();
 
     void CheckPlace(BlockNumber number) const;
+    bool EndsAt(BlockNumber number) const {
+        return !audit_.ends.empty() && audit_.ends.count(number) != 0;
+    }
     const unsigned char* ViewBlock(BlockFile::Reading& reading, BlockNumber number,
                                    std::size_t wanted) const;
     BlockNumber ReadLink(BlockHeads& heads, BlockNumber number) const;

@@ -103,7 +103,7 @@ inline BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber n
     if (head == nullptr || !IsSoundDataBlock(head, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-    return audit_.ends.count(number) != 0 ? kNoBlock : NextOf(head);
+    return EndsAt(number) ? kNoBlock : NextOf(head);
 }
 
 // A chain longer than the file has blocks runs in a circle.
@@ -124,7 +124,7 @@ void CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlock& block, st
     // A crash can leave the mark of a block that is part of a chain at free; written back like
     // that, the block would be given to somebody else.
     block.SetInUse(true);
-    if (audit_.ends.count(number) != 0) {
+    if (EndsAt(number)) {
         block.SetNext(kNoBlock);
     }
     if (IsEncrypted()) {
