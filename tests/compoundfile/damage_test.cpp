@@ -91,10 +91,13 @@ class Damage : public FileTest, public testing::WithParamInterface<Case> {
 protected:
     void SetUp() override {
         RawFile raw(FileOf(kSound));
-        ASSERT_EQ(raw.Faults(), "");
+        WriteFile(path_, raw.bytes);
+        ASSERT_EQ(Findings(path_), "");
         GetParam().damage(raw);
         bytes_ = raw.bytes;
     }
+    /// What is left in the file is damaged.
+    void TearDown() override {}
     Model Untouched() const {
         Model model = kSound;
         for (const char name : GetParam().touched) {

@@ -73,7 +73,7 @@ const Case kCases[] = {
      "(free-list-stale) block-number block-signature file-length"},
     {"tail_of_blocks", [](RawFile& raw) { raw.bytes += std::string(5000, 'x'); },
      "(free-list-stale) block-number block-signature file-length"},
-    {"tail_of_other_file", [](RawFile& raw) { raw.bytes += raw.bytes.substr(0, 9 * 1024); },
+    {"tail_of_other_file", [](RawFile& raw) { raw.bytes += raw.bytes.substr(0, RawFile::At(10)); },
      "(free-list-stale) (orphan-block) block-number"},
     {"cut_in_free_block", [](RawFile& raw) { raw.bytes.resize(RawFile::At(17, 500)); },
      "file-length"},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/Entries.h"
+#include "tests/support/Findings.h"
 #include "tests/support/Sources.h"
 #include "tests/support/TempFolder.h"
 
@@ -23,6 +24,7 @@ protected:
     Model Saved() {
         EXPECT_EQ(source_.Close(Source::SaveChanges, false), Source::NoError);
         EXPECT_FALSE(boost::filesystem::exists(workspace_));
+        EXPECT_EQ(Findings(path_), "");
         return GetAll(path_);
     }
 

@@ -27,16 +27,17 @@ inline std::string KindsFound(const std::string& path, const char* password = nu
     return all;
 }
 
-/// As above, every finding in full.
+/// As above, every finding in full. An encrypted file is checked without its password too.
 inline std::string Findings(const std::string& path, const char* password = nullptr) {
     Recovery::File file;
     std::ostringstream lines;
-    if (file.Open(path.c_str()) == Recovery::Status::Ok) {
-        file.SetPassword(password);
-        for (const Recovery::Finding& finding : file.Check()) {
-            lines << Recovery::NameOf(finding.kind) << ' ' << finding.block << '+'
-                  << finding.blockCount << ' ' << finding.entry << ": " << finding.text << '\n';
-        }
+    if (file.Open(path.c_str()) != Recovery::Status::Ok) {
+        return "not to be checked";
+    }
+    file.SetPassword(password);
+    for (const Recovery::Finding& finding : file.Check()) {
+        lines << Recovery::NameOf(finding.kind) << ' ' << finding.block << '+' << finding.blockCount
+              << ' ' << finding.entry << ": " << finding.text << '\n';
     }
     return lines.str();
 }

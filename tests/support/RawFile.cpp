@@ -2,16 +2,7 @@
 
 #include <TALVOutl/MD5.h>
 
-#include <algorithm>
 #include <stdexcept>
-
-namespace {
-
-constexpr char kFreeList[] = "kravonel_block_file_free_list";
-const std::string kSignature("Block   2\0", 10);
-const std::string kMagic("KrCompoundFile\0", 15);
-
-} // namespace
 
 std::uint64_t RawFile::Number(std::size_t offset, std::size_t width) const {
     std::uint64_t value = 0;
@@ -92,89 +83,6 @@ std::string RawFile::DirectoryDigest() const {
     }
     const MD5::RawDigest raw = digest.GetRawDigest();
     return {raw.begin(), raw.end()};
-}
-
-std::string RawFile::Faults() const {
-    std::string faults;
-    if (bytes.size() % 1024 != 0) {
-        return "length is no multiple of 1024";
-    }
-    if (bytes.empty()) {
-        return faults;
-    }
-    CheckHeaders(faults);
-    std::map<std::uint32_t, std::string> owners;
-    for (const std::uint32_t block : Chain(1)) {
-        owners[block] = "directory";
-        if (bytes.substr(At(block, 982), 15) != kMagic) {
-            faults += "magic of directory block " + std::to_string(block) + "\n";
-        }
-    }
-    CheckEntries(owners, faults);
-    for (std::uint32_t block = 1; block <= BlockCount(); ++block) {
-        if (InUse(block) != (owners.count(block) != 0)) {
-            faults += "in-use flag of block " + std::to_string(block) + "\n";
-        }
-    }
-    CheckFreeList(faults);
-    return faults;
-}
-
-void RawFile::CheckHeaders(std::string& faults) const {
-    for (std::size_t block = 1; block <= BlockCount(); ++block) {
-        if (Number(At(block), 4) != block || bytes.substr(At(block, 5), 10) != kSignature ||
-            static_cast<unsigned char>(bytes[At(block, 4)]) > 1) {
-            faults += "header of block " + std::to_string(block) + "\n";
-        }
-    }
-}
-
-void RawFile::CheckEntries(std::map<std::uint32_t, std::string>& owners,
-                           std::string& faults) const {
-    for (const Slot& slot : Slots()) {
-        if (slot.firstBlock == 0) {
-            faults += slot.size == 0 ? "" : "size of free slot " + slot.name + "\n";
-            continue;
-        }
-        const bool isFreeList = slot.name == kFreeList;
-        const std::vector<std::uint32_t> chain = Chain(slot.firstBlock);
-        std::uint64_t length = 0;
-        for (const std::uint32_t block : chain) {
-            const bool isLast = block == chain.back();
-            const std::size_t used = Used(block);
-            length += used;
-            if (!owners.emplace(block, slot.name).second) {
-                faults += "block " + std::to_string(block) + " is owned twice\n";
-            }
-            if (isLast ? used > (isFreeList ? 1003U : 1002U) : used != 1003) {
-                faults += "used bytes of block " + std::to_string(block) + "\n";
-            }
-        }
-        if (length != slot.size + (isFreeList ? 1 : 0)) {
-            faults += "size of " + slot.name + "\n";
-        }
-        for (const std::size_t time : {257U, 283U}) {
-            const std::string text = Text(slot.offset + time, 26);
-            faults += text.size() == 25 && text[24] == '\n' && text[13] == ':' && text[16] == ':'
-                          ? ""
-                          : "time of " + slot.name + "\n";
-        }
-    }
-}
-
-void RawFile::CheckFreeList(std::string& faults) const {
-    const std::string content = Content(Find(kFreeList).firstBlock);
-    std::string flags(1, '\0');
-    for (std::size_t block = 1; block <= BlockCount(); ++block) {
-        flags += InUse(block) ? '\1' : '\0';
-    }
-    // Numbers that were given out and never written may lie beyond the end; they have to be free.
-    flags.resize(std::max(content.size(), std::size_t{20}) - 20, '\0');
-    const std::size_t highest = RawFile(content).Number(16, 4);
-    if (content.substr(0, 16) != DirectoryDigest() || content.substr(20) != flags ||
-        highest + 1 != flags.size() || highest < BlockCount()) {
-        faults += "content of the free-list entry\n";
-    }
 }
 
 RawFile Version1File(const std::string& name, const std::string& content) {

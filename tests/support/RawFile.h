@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
@@ -41,16 +40,7 @@ public:
     /// What the free-list entry's first 16 bytes have to be.
     std::string DirectoryDigest() const;
 
-    /// Every rule of the format (version 2, not encrypted, closed) that the bytes break, a line
-    /// each.
-    std::string Faults() const;
-
     std::string bytes;
-
-private:
-    void CheckHeaders(std::string& faults) const;
-    void CheckEntries(std::map<std::uint32_t, std::string>& owners, std::string& faults) const;
-    void CheckFreeList(std::string& faults) const;
 };
 
 /// A file of format version 1 that holds one entry, of 1003 to 2005 bytes.
