@@ -48,6 +48,10 @@ private:
             return kNone;
         }
         const BlockFacts& facts = table_.At(position);
+        // What is behind a block that was taken, but not written yet, is what was deleted from it.
+        if (!facts.isInUse) {
+            return kNone;
+        }
         if (facts.next == kNoBlock) {
             return facts.used <= kPayloadSize ? facts.used : kNone;
         }
@@ -103,11 +107,15 @@ void ChainPlan::Follow(std::uint32_t entry, std::uint64_t length, std::uint64_t 
     while (number != kNoBlock) {
         part.end = Obstacle(number, entry);
         part.endNumber = number;
-        part.goesOn = part.blocks == mostBlocks;
-        if (part.end != ChainPart::End::Regular || part.goesOn) {
+        if (part.end != ChainPart::End::Regular) {
             return;
         }
         const BlockNumber position = table_.PlaceOf(number);
+        const bool isComplete = part.blocks > 0 && part.bytes == length;
+        part.goesOn = part.blocks == mostBlocks || (isComplete && !table_.At(position).isInUse);
+        if (part.goesOn) {
+            return;
+        }
         blocks_[position - 1] = {entry, record.isFreeList ? Role::FreeList : Role::Entry};
         part.firstPosition = part.blocks == 0 ? position : part.firstPosition;
         ++part.blocks;

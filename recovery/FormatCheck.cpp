@@ -190,18 +190,20 @@ void FormatCheck::CheckTexts(std::size_t index) {
 }
 
 // A chain that leads astray behind the last byte of its entry costs nothing as long as it leads
-// nowhere; a program that ended while it extended the entry leaves such a link.
+// nowhere; a program that ended while it extended the entry leaves such a link. The record of free
+// blocks can be made again.
 void FormatCheck::CheckChain(std::size_t index) {
     const ChainPart& part = plan_.PartOf(index);
     const Recovery::Entry& entry = directory_.Entries()[index];
     const auto add = [&](Kind kind, Severity severity, const char* text) {
         findings_.Add(kind, severity, part.endNumber, entry.name, text);
     };
+    const bool isHarmless = entry.isFreeList || (part.blocks > 0 && part.bytes >= entry.size);
     switch (part.end) {
     case ChainPart::End::Regular:
         break;
     case ChainPart::End::NoBlock:
-        add(Kind::ChainBeyondEnd, part.blocks > 0 && part.bytes >= entry.size ? Notice : Damage,
+        add(Kind::ChainBeyondEnd, isHarmless ? Notice : Damage,
             "the chain goes on here, but the file has no such block");
         break;
     case ChainPart::End::Directory:
@@ -229,7 +231,7 @@ void FormatCheck::CheckSize(std::size_t index) {
                           std::to_string(part.bytes) + " are there");
     } else if (!entry.isFreeList && (part.bytes > entry.size || part.goesOn)) {
         findings_.Add(Kind::ChainOverSize, Notice, entry.firstBlock, entry.name,
-                      "the chain holds more than the " + std::to_string(entry.size) +
+                      "the chain goes on behind the " + std::to_string(entry.size) +
                           " bytes that the directory records");
     }
 }

@@ -69,6 +69,13 @@ TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
         {{"decrypt", "have.kr"}, 2, "not encrypted"},
         {{"passwd", "have.kr"}, 2, "not encrypted"},
         {{"list", "sub"}, 2, "is a folder"},
+        {{"check", "sub"}, 2, "is a folder"},
+        {{"check", "blank.kr"}, 2, "blank.kr: is not a compound file"},
+        {{"repair", "have.kr", "cut.kr"}, 2, "cut.kr: is there already; use --force"},
+        {{"repair", "have.kr", "sub", "--force"}, 2, "not a file"},
+        {{"repair", "have.kr", "./have.kr", "--force"}, 2, "is the damaged file itself"},
+        {{"repair", "blank.kr", "new.kr"}, 2, "blank.kr: is not a compound file"},
+        {{"repair", "have.kr"}, 64, "OUT"},
         {{"list", "/dev/null"}, 2, "is a device"},
         {{"list", "text"}, 2, "not a compound file"},
         {{"list", "cut.kr"}, 2, "cut short"},
@@ -76,10 +83,11 @@ TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
         {{"add", "blank.kr", "a"}, 2, "not a compound file"},
         {{"list", "esc\x1b[2J\n.kr"}, 2, "esc\\x1b[2J\\n.kr: does not exist"},
     };
-    for (const char* const command : {"list", "info", "encrypt", "decrypt", "passwd", "compact"}) {
+    for (const char* const command :
+         {"list", "info", "encrypt", "decrypt", "passwd", "compact", "check"}) {
         refusals.push_back({{command, "none.kr"}, 2, "none.kr: does not exist"});
     }
-    for (const char* const command : {"extract", "cat", "add", "rm"}) {
+    for (const char* const command : {"extract", "cat", "add", "rm", "repair"}) {
         refusals.push_back({{command, "none.kr", "a"}, 2, "none.kr: does not exist"});
     }
     ExpectRefused(refusals);
@@ -100,12 +108,15 @@ TEST_F(RefusalTest, FilesInUseAreLeftAlone) {
     };
     ExpectRefused(changes);
     EXPECT_EQ(Run({"cat", "f.kr", "a"}).out, "a");
+    EXPECT_EQ(Run({"check", "f.kr"}).status, 0);
 
     ASSERT_EQ(flock(fd, LOCK_EX), 0);
     ExpectRefused(changes);
     ExpectRefused({{{"list", "f.kr"}, 5, "in use"},
                    {{"info", "f.kr"}, 5, "in use"},
-                   {{"extract", "f.kr"}, 5, "in use"}});
+                   {{"extract", "f.kr"}, 5, "in use"},
+                   {{"check", "f.kr"}, 2, "in use"},
+                   {{"repair", "f.kr", "new.kr"}, 5, "in use"}});
     close(fd);
 }
 

@@ -62,6 +62,7 @@ private:
     void AddPacking();
     void AddReading();
     void AddChanging();
+    void AddRecovery();
 
     void AddPaths(CLI::App& command);
     void AddNames(CLI::App& command, bool required);
@@ -82,6 +83,7 @@ CommandLine::CommandLine() {
     AddPacking();
     AddReading();
     AddChanging();
+    AddRecovery();
 }
 
 CLI::App& CommandLine::AddCommand(const std::string& name, const std::vector<std::string>& aliases,
@@ -143,6 +145,17 @@ void CommandLine::AddChanging() {
     Text(passwd, "--new-password-file", options_.newPasswordFile,
          "File whose first line is the new password, '-' for standard input")
         ->type_name("FILE");
+}
+
+void CommandLine::AddRecovery() {
+    CLI::App& check = AddCommand("check", {}, "Look for damage in FILE", Check);
+    check.add_flag("--json", options_.json, "As JSON");
+    AddPasswordFile(check);
+
+    CLI::App& repair = AddCommand("repair", {}, "Save what is left of FILE in a new file", Repair);
+    Text(repair, "OUT", options_.target, "The new file")->required();
+    repair.add_flag("-f,--force", options_.force, "Replace OUT if it is there");
+    AddPasswordFile(repair);
 }
 
 void CommandLine::AddPaths(CLI::App& command) {

@@ -8,6 +8,8 @@
 /// What the user asked for. Each command takes the members that concern it.
 struct Options {
     std::string file;
+    /// File to be made from `file`.
+    std::string target;
     /// Paths to store.
     std::vector<std::string> paths;
     /// Names of entries.
@@ -37,3 +39,5 @@ ExitStatus Encrypt(const Options& options);
 ExitStatus Decrypt(const Options& options);
 ExitStatus ChangePassword(const Options& options);
 ExitStatus Compact(const Options& options);
+ExitStatus Check(const Options& options);
+ExitStatus Repair(const Options& options);

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace fs = std::filesystem;
@@ -51,6 +52,29 @@ void SyncFolder(const fs::path& path) {
 }
 
 } // namespace
+
+UniqueFd HoldReplaced(const std::string& path, bool force) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0) {
+        return UniqueFd();
+    }
+    if (!force) {
+        throw Failure(path, "is there already; use --force to replace it");
+    }
+    UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!fd || fstat(fd.Get(), &status) != 0) {
+        throw Failure(path, "cannot be opened: " + ErrorText(errno) +
+                                "; check its permissions or take another name");
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw Failure(path, "is not a file, so it is not replaced; take another name");
+    }
+    if (IsLockedElsewhere(fd.Get(), LOCK_EX)) {
+        throw Failure(path, "is in use by another program; try again when that is done with it",
+                      ExitStatus::InUse);
+    }
+    return fd;
+}
 
 FreshFile::FreshFile(const std::string& target, Existing existing)
     : target_(ResolveLinks(target)),

@@ -6,6 +6,11 @@
 
 #include <string>
 
+/// For a file that is to be written where one may be: holds that one, so that nobody opens it for
+/// changes that would be lost. Throws Failure when it must not be replaced, which takes `force`;
+/// none when nothing is there.
+UniqueFd HoldReplaced(const std::string& path, bool force);
+
 /// A compound file that is written under a name of its own beside its target and put there when it
 /// is whole; removed when it never gets there. A target that is a link is followed.
 class FreshFile {

@@ -25,6 +25,9 @@ constexpr std::string_view kSignatureWord = "Block";
 constexpr std::size_t kSignatureSize = 10;
 constexpr int kNewestVersion = 2;
 
+constexpr const char* kRemedy =
+    "take another copy of it, or save what is left with 'krstream repair'";
+
 const char* KindOf(mode_t mode) {
     switch (mode & static_cast<mode_t>(S_IFMT)) {
     case S_IFDIR:
@@ -41,24 +44,6 @@ const char* KindOf(mode_t mode) {
 UniqueFd OpenDescriptor(const std::string& path, KrStreamE::OpenMode mode) {
     const int access = mode == KrStreamE::ReadWrite ? O_RDWR : O_RDONLY;
     return UniqueFd(open(path.c_str(), access | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-}
-
-/// The library makes a file that is missing and opens only regular files, so this looks first.
-void RequireRegularFile(const std::string& path, KrStreamE::OpenMode mode) {
-    struct stat status {};
-    if (stat(path.c_str(), &status) != 0) {
-        if (errno == ENOENT) {
-            throw Failure(path, "does not exist; check the name or make it with 'krstream create'");
-        }
-        throw Failure(path, "cannot be reached: " + ErrorText(errno) + "; check the path");
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw Failure(path, std::string("is ") + KindOf(status.st_mode) +
-                                ", not a compound file; give the name of a file");
-    }
-    if (!OpenDescriptor(path, mode)) {
-        throw Failure(path, "cannot be opened: " + ErrorText(errno) + "; check its permissions");
-    }
 }
 
 /// Version in the first block's signature; 0 when that is no signature.
@@ -90,13 +75,12 @@ std::string Defect(int fd, KrStreamE::OpenMode mode) {
     }
     if (status.st_size % kBlockSize != 0) {
         return "is cut short: its length of " + std::to_string(status.st_size) +
-               " bytes is no multiple of 1024; take another copy of it";
+               " bytes is no multiple of 1024; " + kRemedy;
     }
     if (mode == KrStreamE::ReadWrite) {
-        return "is damaged and cannot be changed; 'krstream extract' what is left, then create a "
-               "new file";
+        return std::string("is damaged and cannot be changed; ") + kRemedy;
     }
-    return "its directory is damaged; take another copy of it";
+    return std::string("its directory is damaged; ") + kRemedy;
 }
 
 /// Why a file that is regular and permitted could not be opened; the library does not say.
@@ -113,6 +97,23 @@ Failure Diagnosis(const std::string& path, KrStreamE::OpenMode mode) {
 }
 
 } // namespace
+
+void RequireRegularFile(const std::string& path, KrStreamE::OpenMode mode) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) {
+        if (errno == ENOENT) {
+            throw Failure(path, "does not exist; check the name or make it with 'krstream create'");
+        }
+        throw Failure(path, "cannot be reached: " + ErrorText(errno) + "; check the path");
+    }
+    if (!S_ISREG(status.st_mode)) {
+        throw Failure(path, std::string("is ") + KindOf(status.st_mode) +
+                                ", not a compound file; give the name of a file");
+    }
+    if (!OpenDescriptor(path, mode)) {
+        throw Failure(path, "cannot be opened: " + ErrorText(errno) + "; check its permissions");
+    }
+}
 
 OpenFile::OpenFile(std::string path, KrStreamE::OpenMode mode)
     : path_(std::move(path)), mode_(mode) {

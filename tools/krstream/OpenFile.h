@@ -42,6 +42,10 @@ private:
     CompoundFile handle_;
 };
 
+/// Throws Failure when what is at `path` is missing, no file, or not permitted. The library makes a
+/// file that is missing and opens only regular files, so this looks first.
+void RequireRegularFile(const std::string& path, KrStreamE::OpenMode mode);
+
 /// Flushes and closes a file that was written at `path`. False when something could not be written.
 bool CloseWritten(CompoundFile& file, const std::string& path);
 

@@ -7,7 +7,6 @@
 #include <cerrno>
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace {
@@ -67,32 +66,6 @@ private:
     bool hasOwn_;
 };
 
-/// For a file that is to be replaced: holds it, so that nobody opens it for changes that would be
-/// lost.
-UniqueFd HoldExisting(const Options& options) {
-    struct stat status {};
-    if (lstat(options.file.c_str(), &status) != 0) {
-        return UniqueFd();
-    }
-    if (!options.force) {
-        throw Failure(options.file, "is there already; use --force to replace it");
-    }
-    UniqueFd fd(open(options.file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!fd || fstat(fd.Get(), &status) != 0) {
-        throw Failure(options.file, "cannot be opened: " + ErrorText(errno) +
-                                        "; check its permissions or take another name");
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw Failure(options.file, "is not a file, so it is not replaced; take another name");
-    }
-    if (IsLockedElsewhere(fd.Get(), LOCK_EX)) {
-        throw Failure(options.file,
-                      "is in use by another program; try again when that is done with it",
-                      ExitStatus::InUse);
-    }
-    return fd;
-}
-
 /// The inputs of an `add`, where "-" stands for standard input.
 std::vector<Input> InputsWithStandardInput(const Options& options, Report& report) {
     std::vector<std::string> paths;
@@ -114,7 +87,7 @@ std::vector<Input> InputsWithStandardInput(const Options& options, Report& repor
 
 ExitStatus Create(const Options& options) {
     Report report;
-    const UniqueFd replaced = HoldExisting(options);
+    const UniqueFd replaced = HoldReplaced(options.file, options.force);
     const std::vector<Input> inputs = CollectInputs(options.folder, options.paths, report);
     CheckNames(inputs);
     FreshFile fresh(options.file,

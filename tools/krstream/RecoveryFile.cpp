@@ -1,0 +1,26 @@
+#include "RecoveryFile.h"
+
+#include "OpenFile.h"
+
+void OpenForRecovery(Recovery::File& file, const std::string& path, Report& report,
+                     ExitStatus inUse) {
+    RequireRegularFile(path, KrStreamE::ReadOnly);
+    switch (file.Open(path.c_str(), [&report](std::uint64_t bytes) { report.Advance(bytes); })) {
+    case Recovery::Status::Ok:
+        return;
+    case Recovery::Status::InUse:
+        throw Failure(path, "is in use by another program; try again when that is done with it",
+                      inUse);
+    case Recovery::Status::NotBlockFile:
+        throw Failure(path, "is not a compound file; check the name");
+    default:
+        throw Failure(path, "cannot be opened; try again");
+    }
+}
+
+void Unlock(Recovery::File& file, const std::string& path, const PasswordSource& source) {
+    if (!file.SetPassword(source.Current(path).c_str())) {
+        throw Failure(path, "the password is wrong; nothing was done, try again",
+                      ExitStatus::Password);
+    }
+}
