@@ -13,11 +13,13 @@ using Recovery::Saved;
 
 namespace {
 
-/// A name with a number behind it, within the length that names may have.
+/// The hyphen and the digits of the highest number.
+constexpr std::size_t kMostDigits = 11;
+
 std::string Numbered(const std::string& name, unsigned number) {
-    std::ostringstream suffix;
-    suffix << '-' << std::setw(4) << std::setfill('0') << number;
-    return name.substr(0, DirEntry::kMaxNameLength - suffix.str().size()) + suffix.str();
+    std::ostringstream numbered;
+    numbered << name << '-' << std::setw(4) << std::setfill('0') << number;
+    return numbered.str();
 }
 
 } // namespace
@@ -34,10 +36,12 @@ std::string UniqueNames::Take(const std::string& name) {
 }
 
 std::string UniqueNames::TakeNumbered(const std::string& name) {
-    unsigned& counter = counters_[FoldedName(name)];
+    // Long names that begin alike share their numbers, so that none is tried twice.
+    const std::string stem = name.substr(0, DirEntry::kMaxNameLength - kMostDigits);
+    unsigned& counter = counters_[FoldedName(stem)];
     std::string numbered;
     do {
-        numbered = Numbered(name, ++counter);
+        numbered = Numbered(stem, ++counter);
     } while (wanted_.count(FoldedName(numbered)) != 0 ||
              !given_.insert(FoldedName(numbered)).second);
     return numbered;

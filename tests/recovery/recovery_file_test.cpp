@@ -205,6 +205,53 @@ TEST_F(RecoveryFile, PasswordDecidesWhatCanBeRead) {
     }
 }
 
+// An entry can hold a directory block of another file at the very offset where its own would stand.
+TEST_F(RecoveryFile, DataThatLooksLikeADirectoryIsData) {
+    const std::string magic = std::string(961, 'x') + std::string("KrCompoundFile", 15);
+    const Model entries = {{"first", magic + Pattern(500, 1)},
+                           {"second", Pattern(1003, 2) + magic + Pattern(500, 3)}};
+    std::string bytes = FileOf(entries);
+    WriteFile(path_, bytes);
+    EXPECT_EQ(Findings(path_), "");
+    bytes[982] = '!';
+    WriteFile(path_, bytes);
+    EXPECT_EQ(Repair(path_, nullptr).entries, entries);
+}
+
+// A small file must not grow into a huge one because all entries claim the same blocks.
+TEST_F(RecoveryFile, SharedBlocksAreWrittenOnce) {
+    Model entries = {{"0", Pattern(200000, 1)}};
+    for (int i = 1; i < 300; ++i) {
+        entries[std::to_string(i)] = "x";
+    }
+    RawFile raw(FileOf(entries));
+    for (const RawFile::Slot& slot : raw.Slots()) {
+        raw.SetNumber(slot.offset + 309, 4, 2);
+        raw.SetNumber(slot.offset + 313, 8, 200000 + slot.offset % 3);
+    }
+    WriteFile(path_, raw.bytes);
+    EXPECT_LE(Repair(path_, nullptr).bytes.size(), 2 * raw.bytes.size());
+}
+
+// However long and alike names are, each of them stays below the most that a name may have.
+TEST_F(RecoveryFile, EqualNamesGetNumbersThatNobodyHas) {
+    RawFile raw(FileOf({{"a", "1"}, {"b", "2"}, {"a-0001", "3"}, {"c", "4"}}));
+    const std::string longName(256, 'N');
+    for (const RawFile::Slot& slot : raw.Slots()) {
+        if (slot.name == "b") {
+            raw.bytes[slot.offset] = 'A';
+        } else if (slot.name == "c" || slot.name == "kravonel_block_file_free_list") {
+            raw.bytes.replace(slot.offset, 256, longName);
+        }
+    }
+    WriteFile(path_, raw.bytes);
+    Model repaired = Repair(path_, nullptr).entries;
+    EXPECT_EQ(repaired.size(), 5U);
+    EXPECT_EQ(repaired["A-0002"], "2");
+    EXPECT_EQ(repaired[longName], "4");
+    EXPECT_EQ(repaired.count(longName.substr(0, 245) + "-0001"), 1U);
+}
+
 TEST_F(RecoveryFile, OrphanChainsAreSavedOnceAndDeletedOnesNever) {
     RawFile raw(FileOf({{"a", Pattern(2500, 1)}, {"recovered-0001", "taken"}, {"z", "zz"}}));
     raw.SetNumber(19 + 309, 12, 0);
