@@ -142,26 +142,6 @@ Sample Counterparts::Decipher(const Job& job) {
         });
 }
 
-Sample Counterparts::CreateFew(const Job& job) {
-    return OnFewEntries(job, [](const EntryWorks& works) { return works.Create(); });
-}
-
-Sample Counterparts::FindFew(const Job& job) {
-    return OnFewEntries(job, [](const EntryWorks& works) { return works.Find(); });
-}
-
-Sample Counterparts::ReplaceFew(const Job& job) {
-    return OnFewEntries(job, [](const EntryWorks& works) { return works.Replace(); });
-}
-
-Sample Counterparts::DeleteFew(const Job& job) {
-    return OnFewEntries(job, [](const EntryWorks& works) { return works.Delete(); });
-}
-
-Sample Counterparts::ListFew(const Job& job) {
-    return OnFewEntries(job, [](const EntryWorks& works) { return works.List(); });
-}
-
 Sample Counterparts::CopyTwoStreamsAndReplaceOne(const Job& job) {
     const Sample replace = Works::ReplaceOne(job, KrstreamContender());
     Sample sample = Measure([&] {

@@ -94,49 +94,6 @@ Sample OnEachBlock(const EntryWorks& works, Work work) {
     });
 }
 
-Sample ReadBlocks(const EntryWorks& works) {
-    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
-        Block block;
-        file.ReadAt(offset, block.data(), kBlock);
-    });
-}
-
-Sample RewriteBlocks(const EntryWorks& works) {
-    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
-        Block block;
-        file.ReadAt(offset, block.data(), kBlock);
-        file.WriteAt(offset, block.data(), kBlock);
-    });
-}
-
-/// Reads each head to follow its chain, in random order, and then marks each block, in the file's.
-Sample MarkBlocks(const EntryWorks& works) {
-    Sample sample = OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
-        char head[kHead];
-        file.ReadAt(offset, head, kHead);
-    });
-    const Sample marking = Measure([&] {
-        PlainFile file(works.path, PlainFile::Mode::Change);
-        Block block;
-        for (std::size_t entry = 0; entry < works.entries; ++entry) {
-            file.ReadAt(OffsetOfEntry(entry), block.data(), kBlock);
-            file.WriteAt(OffsetOfEntry(entry), block.data(), kBlock);
-        }
-    });
-    sample.seconds += marking.seconds;
-    sample.bytesWritten += marking.bytesWritten;
-    return sample;
-}
-
-Sample KeepDirectories(const EntryWorks& works) {
-    works.Make();
-    return KeepDirectoryOf(works.path);
-}
-
-EntryWorks ManyEntries(const Job& job) {
-    return {job.path, job.sizes.manyEntries};
-}
-
 } // namespace
 
 // A directory block, then its three entries; each write hands over what its stream has made, in one
@@ -184,34 +141,41 @@ Sample Floors::KeepDirectory(const Job& job) {
     return KeepDirectoryOf(job.path);
 }
 
-Sample Floors::FindMany(const Job& job) {
-    return ReadBlocks(ManyEntries(job));
+Sample Floors::ReadBlocks(const EntryWorks& works) {
+    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
+        Block block;
+        file.ReadAt(offset, block.data(), kBlock);
+    });
 }
 
-Sample Floors::FindFew(const Job& job) {
-    return OnFewEntries(job, ReadBlocks);
+Sample Floors::RewriteBlocks(const EntryWorks& works) {
+    return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
+        Block block;
+        file.ReadAt(offset, block.data(), kBlock);
+        file.WriteAt(offset, block.data(), kBlock);
+    });
 }
 
-Sample Floors::ReplaceMany(const Job& job) {
-    return RewriteBlocks(ManyEntries(job));
+// Reads each head to follow its chain, in random order, and then marks each block, in the file's.
+Sample Floors::MarkBlocks(const EntryWorks& works) {
+    Sample sample = OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
+        char head[kHead];
+        file.ReadAt(offset, head, kHead);
+    });
+    const Sample marking = Measure([&] {
+        PlainFile file(works.path, PlainFile::Mode::Change);
+        Block block;
+        for (std::size_t entry = 0; entry < works.entries; ++entry) {
+            file.ReadAt(OffsetOfEntry(entry), block.data(), kBlock);
+            file.WriteAt(OffsetOfEntry(entry), block.data(), kBlock);
+        }
+    });
+    sample.seconds += marking.seconds;
+    sample.bytesWritten += marking.bytesWritten;
+    return sample;
 }
 
-Sample Floors::ReplaceFew(const Job& job) {
-    return OnFewEntries(job, RewriteBlocks);
-}
-
-Sample Floors::DeleteMany(const Job& job) {
-    return MarkBlocks(ManyEntries(job));
-}
-
-Sample Floors::DeleteFew(const Job& job) {
-    return OnFewEntries(job, MarkBlocks);
-}
-
-Sample Floors::ListMany(const Job& job) {
-    return KeepDirectories(ManyEntries(job));
-}
-
-Sample Floors::ListFew(const Job& job) {
-    return OnFewEntries(job, KeepDirectories);
+Sample Floors::KeepDirectories(const EntryWorks& works) {
+    works.Make();
+    return KeepDirectoryOf(works.path);
 }

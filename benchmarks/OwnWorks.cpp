@@ -1,4 +1,3 @@
-#include "benchmarks/EntryWorks.h"
 #include "benchmarks/Works.h"
 
 #include <TALVOkrstream/CompoundFile.h>
@@ -21,10 +20,6 @@ void Require(bool condition, const char* what) {
 
 void Open(CompoundFile& file, const std::string& path, KrStreamE::OpenMode mode) {
     Require(file.Open(path.c_str(), mode) == KrStreamE::Ok, "open");
-}
-
-EntryWorks ManyEntries(const Job& job) {
-    return {job.path, job.sizes.manyEntries};
 }
 
 void Open(Source& source) {
@@ -50,26 +45,6 @@ Sample OwnWorks::ReadEncrypted(const Job& job, const Contender&) {
         Require(file.SetPassword(kPassword), "password");
         ReadStream(*file.GetIOStream(StreamName(0).c_str(), "rb"), job.sizes.largeStream);
     });
-}
-
-Sample OwnWorks::CreateMany(const Job& job, const Contender&) {
-    return ManyEntries(job).Create();
-}
-
-Sample OwnWorks::FindMany(const Job& job, const Contender&) {
-    return ManyEntries(job).Find();
-}
-
-Sample OwnWorks::ReplaceMany(const Job& job, const Contender&) {
-    return ManyEntries(job).Replace();
-}
-
-Sample OwnWorks::DeleteMany(const Job& job, const Contender&) {
-    return ManyEntries(job).Delete();
-}
-
-Sample OwnWorks::ListMany(const Job& job, const Contender&) {
-    return ManyEntries(job).List();
 }
 
 Sample OwnWorks::ChangeThroughWorkspace(const Job& job, const Contender&) {

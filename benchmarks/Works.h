@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 /// The work of each row, as any store does it.
@@ -27,11 +28,6 @@ namespace OwnWorks {
 
 Sample CreateEncrypted(const Job& job, const Contender& contender);
 Sample ReadEncrypted(const Job& job, const Contender& contender);
-Sample CreateMany(const Job& job, const Contender& contender);
-Sample FindMany(const Job& job, const Contender& contender);
-Sample ReplaceMany(const Job& job, const Contender& contender);
-Sample DeleteMany(const Job& job, const Contender& contender);
-Sample ListMany(const Job& job, const Contender& contender);
 Sample ChangeThroughWorkspace(const Job& job, const Contender& contender);
 Sample Compact(const Job& job, const Contender& contender);
 Sample SaveAs(const Job& job, const Contender& contender);
@@ -52,11 +48,6 @@ Sample ReadDirectoryOfLarge(const Job& job);
 Sample ReadDirectoryOfSmall(const Job& job);
 Sample Encipher(const Job& job);
 Sample Decipher(const Job& job);
-Sample CreateFew(const Job& job);
-Sample FindFew(const Job& job);
-Sample ReplaceFew(const Job& job);
-Sample DeleteFew(const Job& job);
-Sample ListFew(const Job& job);
 Sample CopyTwoStreamsAndReplaceOne(const Job& job);
 Sample CopyFile(const Job& job);
 
@@ -70,23 +61,29 @@ Sample ReadHeads(const Job& job);
 Sample ReadHeadsAndRandomly(const Job& job);
 Sample OpenAndReadDirectory(const Job& job);
 Sample KeepDirectory(const Job& job);
-Sample FindMany(const Job& job);
-Sample FindFew(const Job& job);
-Sample ReplaceMany(const Job& job);
-Sample ReplaceFew(const Job& job);
-Sample DeleteMany(const Job& job);
-Sample DeleteFew(const Job& job);
-Sample ListMany(const Job& job);
-Sample ListFew(const Job& job);
+Sample ReadBlocks(const EntryWorks& works);
+Sample RewriteBlocks(const EntryWorks& works);
+Sample MarkBlocks(const EntryWorks& works);
+Sample KeepDirectories(const EntryWorks& works);
 
 } // namespace Floors
 
-/// As many operations as on the large number of entries, on files with few.
-template <typename Work>
-Sample OnFewEntries(const Job& job, Work work) {
+/// `work` on the entries of one file with many.
+template <auto work>
+Sample OnManyEntries(const Job& job) {
+    return std::invoke(work, EntryWorks{job.path, job.sizes.manyEntries});
+}
+template <auto work>
+Sample OnManyEntries(const Job& job, const Contender&) {
+    return OnManyEntries<work>(job);
+}
+
+/// `work` on as many entries, in files with few.
+template <auto work>
+Sample OnFewEntries(const Job& job) {
     Sample sum;
     for (std::size_t done = 0; done < job.sizes.manyEntries; done += job.sizes.fewEntries) {
-        const Sample one = work(EntryWorks{job.path, job.sizes.fewEntries});
+        const Sample one = std::invoke(work, EntryWorks{job.path, job.sizes.fewEntries});
         sum.seconds += one.seconds;
         sum.bytesWritten += one.bytesWritten;
         sum.peakMemory = std::max(sum.peakMemory, one.peakMemory);
