@@ -1,0 +1,38 @@
+#pragma once
+
+#include "fuzz/Decoder.h"
+#include "fuzz/Require.h"
+#include "tests/support/Entries.h"
+
+#include <TALVOutl/Strings.h>
+
+#include <algorithm>
+
+/// A few names, some in several letter cases, so that one is met again and again.
+inline std::string AnyName(Decoder& input) {
+    static const std::string kNames[] = {"a",
+                                         "A",
+                                         "b",
+                                         "plan.txt",
+                                         "Plan.TXT",
+                                         "PLAN.TXT",
+                                         "c",
+                                         "d",
+                                         "e f",
+                                         "g",
+                                         std::string(250, 'L'),
+                                         std::string(250, 'l')};
+    return input.Pick(kNames);
+}
+
+/// One spelling for all that are the same name. Models have their entries under it.
+inline std::string Fold(std::string name) {
+    std::transform(name.begin(), name.end(), name.begin(), KrStdString::FoldClassic);
+    return name;
+}
+
+/// Overwrites bytes from `at` on and appends what reaches beyond the end.
+inline void Patch(std::string& bytes, std::size_t at, const std::string& piece) {
+    bytes.resize(std::max(bytes.size(), at + piece.size()));
+    bytes.replace(at, piece.size(), piece);
+}

@@ -1,0 +1,114 @@
+#include "fuzz/Damage.h"
+#include "tests/support/Entries.h"
+#include "tests/support/TempFolder.h"
+
+#include <functional>
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+/// A file as a program leaves it that does `edit` to one with these entries.
+std::string Edited(const Model& entries, const std::function<void(CompoundFile&)>& edit) {
+    const auto stream = std::make_shared<std::stringstream>(FileOf(entries));
+    CompoundFile file;
+    file.Open(stream, false);
+    edit(file);
+    file.Close();
+    return stream->str();
+}
+
+Model EntriesOf(std::initializer_list<std::size_t> sizes) {
+    Model entries;
+    for (const std::size_t size : sizes) {
+        entries[std::string(1, static_cast<char>('a' + entries.size()))] = Pattern(size, 1);
+    }
+    return entries;
+}
+
+std::string Damaged(const std::string& bytes, const std::function<void(RawFile&)>& damage) {
+    RawFile file(bytes);
+    damage(file);
+    return file.bytes;
+}
+
+/// Sound files of many shapes, and damaged ones, by what is special about them.
+Model BlockFiles() {
+    const std::string several = FileOf(EntriesOf({100, 1002, 1003, 2006, 0}));
+    return {
+        {"empty", ""},
+        {"one_entry", FileOf(EntriesOf({9}))},
+        {"block_edges", several},
+        {"deleted", Edited(EntriesOf({1500, 1500, 1500, 10}),
+                           [](CompoundFile& file) {
+                               file.DeleteCFFile("b");
+                               file.DeleteCFFile("d");
+                           })},
+        {"reused", Edited(EntriesOf({3500, 1500}),
+                          [](CompoundFile& file) {
+                              file.DeleteCFFile("a");
+                              Put(file, "b2", Pattern(5000, 3));
+                          })},
+        {"directory_blocks", FileOf(EntriesOf({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}))},
+        {"version_1", Version1File("legacy", Pattern(1500, 1)).bytes},
+        {"encrypted",
+         Edited(EntriesOf({100, 1003, 2500}), [](CompoundFile& file) { file.Encrypt("secret"); })},
+        {"no_record_of_free_blocks",
+         Damaged(several, [](RawFile& file) { file.bytes.resize(file.bytes.size() - 1024); })},
+        {"cycle", Damaged(several,
+                          [](RawFile& file) {
+                              const std::uint32_t first = file.Find("d").firstBlock;
+                              file.SetNumber(RawFile::At(file.Chain(first)[1], 15), 4, first);
+                          })},
+        {"shared_tail",
+         Damaged(several,
+                 [](RawFile& file) {
+                     const std::vector<std::uint32_t> tail = file.Chain(file.Find("d").firstBlock);
+                     file.SetNumber(RawFile::At(file.Find("c").firstBlock, 15), 4, tail[1]);
+                 })},
+        {"huge_size", Damaged(several,
+                              [](RawFile& file) {
+                                  file.SetNumber(file.Find("a").offset + 313, 8, UINT64_MAX / 2);
+                              })},
+        {"cut_short",
+         Damaged(several, [](RawFile& file) { file.bytes.resize(file.bytes.size() / 2); })},
+    };
+}
+
+void WriteSeed(const fs::path& folder, const std::string& name, const std::string& bytes) {
+    fs::create_directories(folder);
+    WriteFile((folder / name).string(), bytes);
+}
+
+void WriteBlockFiles(const fs::path& folder) {
+    // How the target opens a file and what it does there; 2 gives the password.
+    const std::string options("\0\1\2\3\12\26\44\73", 8);
+    for (const auto& [name, bytes] : BlockFiles()) {
+        for (std::size_t i = 0; i < options.size(); ++i) {
+            WriteSeed(folder, name + std::to_string(i), options[i] + bytes);
+            RawFile damaged(bytes);
+            Damage(damaged, static_cast<std::uint32_t>(i));
+            WriteSeed(folder, name + "_damaged" + std::to_string(i), options[i] + damaged.bytes);
+        }
+    }
+}
+
+/// Operations as they come.
+void WriteOperations(const fs::path& folder) {
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        WriteSeed(folder, "random" + std::to_string(seed), Pattern(20 * seed, seed));
+    }
+}
+
+} // namespace
+
+/// Writes the fuzz targets' first inputs into folders of a given one.
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        return 2;
+    }
+    const fs::path folder = argv[1];
+    WriteBlockFiles(folder / "block_file");
+    WriteOperations(folder / "operations");
+    return 0;
+}
