@@ -70,6 +70,15 @@ Model BlockFiles() {
                               [](RawFile& file) {
                                   file.SetNumber(file.Find("a").offset + 313, 8, UINT64_MAX / 2);
                               })},
+        {"overfull_and_marked_free",
+         Damaged(several,
+                 [](RawFile& file) {
+                     const std::uint32_t first = file.Find("a").firstBlock;
+                     file.SetNumber(RawFile::At(first, 19), 2, 1004);
+                     file.bytes[RawFile::At(first, 4)] = 0;
+                     file.bytes[RawFile::At(file.Find(CompoundFile::kFreeListEntryName).firstBlock,
+                                            21)] ^= 1;
+                 })},
         {"cut_short",
          Damaged(several, [](RawFile& file) { file.bytes.resize(file.bytes.size() / 2); })},
     };
