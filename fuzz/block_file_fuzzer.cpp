@@ -188,8 +188,8 @@ void RequireAll(const Model& expected, Subject& subject) {
     const Model found = WholeEntries(subject);
     for (const auto& [name, bytes] : expected) {
         const auto entry = found.find(name);
-        Require(entry != found.end(), "what nobody damaged is readable");
-        Require(entry->second == bytes, "what nobody changed has its bytes");
+        Require(entry != found.end(), "what nobody damaged is readable", name);
+        Require(entry->second == bytes, "what nobody changed has its bytes", name);
     }
 }
 
