@@ -24,12 +24,11 @@ public:
         return choices[Below(kCount)];
     }
 
-    /// A number of bytes: in three of four cases one at which a block or a buffer begins or ends.
+    /// A number of bytes, mostly one at which a block or a buffer begins or ends.
     std::size_t Size() {
-        static constexpr std::size_t kEdges[] = {0,     1,     7,     8,     992,  993,  1000,
-                                                 1002,  1003,  1004,  2005,  2006, 2007, 3009,
-                                                 10239, 10240, 10241, 11033, 20480};
-        return OneIn(4) ? Short() % 13000 : Pick(kEdges);
+        static constexpr std::size_t kEdges[] = {0,    1,    7,    8,    992,  1000, 1001,  1002,
+                                                 1003, 1004, 2005, 2006, 2007, 3009, 10240, 10241};
+        return OneIn(4) ? Short() % 3000 : Pick(kEdges);
     }
 
     std::string Rest() const { return {next_, end_}; }

@@ -20,8 +20,8 @@ inline std::string AnyName(Decoder& input) {
                                          "d",
                                          "e f",
                                          "g",
-                                         std::string(250, 'L'),
-                                         std::string(250, 'l')};
+                                         std::string(150, 'L'),
+                                         std::string(150, 'l')};
     return input.Pick(kNames);
 }
 
@@ -29,6 +29,14 @@ inline std::string AnyName(Decoder& input) {
 inline std::string Fold(std::string name) {
     std::transform(name.begin(), name.end(), name.begin(), KrStdString::FoldClassic);
     return name;
+}
+
+inline void RequireSame(const Model& found, const Model& expected, const char* what) {
+    Model folded;
+    for (const auto& [name, bytes] : found) {
+        folded[Fold(name)] = bytes;
+    }
+    Require(folded == expected, what);
 }
 
 /// Overwrites bytes from `at` on and appends what reaches beyond the end.

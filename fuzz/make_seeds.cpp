@@ -103,9 +103,9 @@ void WriteBlockFiles(const fs::path& folder) {
 }
 
 /// Operations as they come.
-void WriteOperations(const fs::path& folder) {
-    for (unsigned seed = 1; seed <= 60; ++seed) {
-        WriteSeed(folder, "random" + std::to_string(seed), Pattern(20 * seed, seed));
+void WriteRandomSeeds(const fs::path& folder) {
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        WriteSeed(folder, "random" + std::to_string(seed), Pattern(7 * seed, seed));
     }
 }
 
@@ -118,6 +118,8 @@ int main(int argc, char** argv) {
     }
     const fs::path folder = argv[1];
     WriteBlockFiles(folder / "block_file");
-    WriteOperations(folder / "operations");
+    for (const char* target : {"operations", "records", "sources"}) {
+        WriteRandomSeeds(folder / target);
+    }
     return 0;
 }

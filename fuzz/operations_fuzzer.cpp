@@ -13,7 +13,9 @@ constexpr std::size_t kMaxStreams = 5;
 class Play {
 public:
     explicit Play(Decoder& input)
-        : input_(input), memory_(input.OneIn(2) ? std::make_shared<std::stringstream>() : nullptr) {
+        : input_(input),
+          memory_(input.OneIn(2) ? std::make_shared<std::stringstream>() : nullptr),
+          isEnciphered_(input.OneIn(4)) {
         if (memory_ == nullptr) {
             WriteFile(Path(), "");
         }
@@ -148,6 +150,9 @@ private:
     }
     void ChangePassword() {
         static const std::string kPasswords[] = {"secret", "other", std::string(80, 'p')};
+        if (!isEnciphered_) {
+            return;
+        }
         if (!input_.OneIn(2)) {
             password_ = input_.Pick(kPasswords);
             Require(File().Encrypt(password_.c_str()) == KrStreamE::Ok, "the file is enciphered");
@@ -210,6 +215,8 @@ private:
 
     Decoder& input_;
     const std::shared_ptr<std::stringstream> memory_;
+    /// In a part of the plays only, for ciphers take the most time.
+    const bool isEnciphered_;
     std::vector<std::unique_ptr<CompoundFile>> handles_;
     std::vector<std::unique_ptr<TrackedStream>> streams_;
     std::map<std::string, std::shared_ptr<Content>> contents_;

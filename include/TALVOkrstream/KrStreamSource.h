@@ -205,7 +205,8 @@ public:
 
     /// Writes the compound file to `path`, replacing what is there: a link is followed, permission
     /// bits stay. Destroy all streams first, and call Close before for a file that is complete to
-    /// its record of free blocks; without Close it opens all the same, but slower.
+    /// its record of free blocks; without Close it opens all the same, but slower, and what was
+    /// deleted since the last stream was written is still in it.
     ///
     /// False when the file cannot be opened, is no regular file, or is in use by a compound file
     /// that is open, here or in another program; then it is left as it was. An error later on, such
