@@ -3,13 +3,13 @@
 #include <TALVOkrstream/CompoundFile.h>
 #include <TALVOutl/MD5.h>
 
+#include <algorithm>
 #include <random>
 #include <stdexcept>
 
 namespace {
 
 constexpr std::size_t kBlock = 1024;
-const std::string kSignature("Block   2\0", 10);
 const std::string kMagic("KrCompoundFile\0", 15);
 
 class Damaging {
@@ -18,11 +18,10 @@ public:
 
     void Run() {
         if (file_.BlockCount() == 0 || OneIn(8)) {
-            file_.bytes.resize(file_.BlockCount() * kBlock + kBlock);
+            file_.bytes.resize((file_.BlockCount() + 1) * kBlock);
         }
-        const std::size_t changes = 1 + Below(3);
-        for (std::size_t i = 0; i < changes; ++i) {
-            (this->*kChanges[Below(std::size(kChanges))])();
+        for (std::size_t changes = 1 + Below(3); changes > 0; --changes) {
+            (this->*Pick(kChanges))();
         }
         if (!OneIn(8)) {
             RepairHeaders();
@@ -38,6 +37,10 @@ public:
 private:
     std::size_t Below(std::size_t limit) { return random_() % limit; }
     bool OneIn(std::size_t count) { return Below(count) == 0; }
+    template <typename T, std::size_t kCount>
+    const T& Pick(const T (&choices)[kCount]) {
+        return choices[Below(kCount)];
+    }
     /// Block 1 more often than others, because the directory begins there.
     std::size_t AnyBlock() { return OneIn(3) ? 1 : 1 + Below(file_.BlockCount()); }
     std::size_t AnySlot() { return RawFile::At(AnyBlock(), 19 + 321 * Below(3)); }
@@ -49,31 +52,27 @@ private:
     void ChangeLink() { file_.SetNumber(RawFile::At(AnyBlock(), 15), 4, AnyLink()); }
     void ChangeUsed() {
         static constexpr std::uint64_t kUsed[] = {0, 1, 993, 1002, 1003, 1004, 0xFFFF};
-        file_.SetNumber(RawFile::At(AnyBlock(), 19), 2, kUsed[Below(std::size(kUsed))]);
+        file_.SetNumber(RawFile::At(AnyBlock(), 19), 2, Pick(kUsed));
     }
     void ChangeInUse() { file_.bytes[RawFile::At(AnyBlock(), 4)] ^= 1; }
     void ChangeSignature() {
-        static const std::string kTexts[] = {std::string("BlockFile\0", 10), "Block   1\0",
-                                             "Block   3\0", "Blocked in", "Block +002"};
-        SetText(RawFile::At(AnyBlock(), 5), kTexts[Below(std::size(kTexts))]);
+        static const std::string kTexts[] = {"BlockFile", "Block   1", "Block   3", "Block +2.",
+                                             "Blocked in"};
+        SetText(RawFile::At(AnyBlock(), 5), Pick(kTexts));
     }
     void ChangeFirstBlock() { file_.SetNumber(AnySlot() + 309, 4, AnyLink()); }
     void ChangeSize() {
         static constexpr std::uint64_t kSizes[] = {
             0, 1, 1002, 1003, 1004, 2006, 0x7FFFFFFF, 0xFFFFFFFF, INT64_MAX, UINT64_MAX};
-        const std::uint64_t size = kSizes[Below(std::size(kSizes))];
-        file_.SetNumber(AnySlot() + 313, 8, OneIn(3) ? Below(9000) : size);
+        file_.SetNumber(AnySlot() + 313, 8, OneIn(3) ? Below(9000) : Pick(kSizes));
     }
     void ChangeName() {
-        const std::string name = OneIn(4)   ? CompoundFile::kFreeListEntryName
-                                 : OneIn(3) ? std::string(257, 'n')
-                                            : std::string(1, static_cast<char>('a' + Below(6)));
-        SetText(AnySlot(), name.substr(0, 257) + std::string(name.size() < 257 ? 1 : 0, '\0'));
+        static const std::string kNames[] = {"a", "b", "C", std::string(257, 'n'),
+                                             CompoundFile::kFreeListEntryName};
+        SetText(AnySlot(), (Pick(kNames) + '\0').substr(0, 257));
     }
     void CopySlot() { SetText(AnySlot(), file_.bytes.substr(AnySlot(), 321)); }
-    void MakeDirBlock() {
-        SetText(RawFile::At(AnyBlock(), 982), OneIn(4) ? kMagic.substr(1) : kMagic);
-    }
+    void MakeDirBlock() { SetText(RawFile::At(AnyBlock(), 982), kMagic.substr(Below(4) / 3)); }
     void ChangePassword() {
         const MD5::RawDigest digest = MD5("secret").GetRawDigest();
         SetText(1006, std::string(digest.begin(), digest.end()));
@@ -82,20 +81,16 @@ private:
     void CopyBlock() {
         SetText(RawFile::At(AnyBlock()), file_.bytes.substr(RawFile::At(AnyBlock()), kBlock));
     }
-    void CutBlocks() {
-        file_.bytes.resize(file_.bytes.size() - Below(file_.BlockCount()) * kBlock);
-    }
-    void ChangeByte() { file_.bytes[Below(file_.bytes.size())] = static_cast<char>(random_()); }
+    void CutBlocks() { file_.bytes.resize((1 + Below(file_.BlockCount())) * kBlock); }
 
     void RepairHeaders() {
         for (std::size_t block = 1; block <= file_.BlockCount(); ++block) {
             file_.SetNumber(RawFile::At(block), 4, block);
-            if (file_.bytes.compare(RawFile::At(block, 5), 5, kSignature, 0, 5) != 0) {
-                SetText(RawFile::At(block, 5), kSignature);
+            if (file_.bytes.compare(RawFile::At(block, 5), 5, "Block") != 0) {
+                SetText(RawFile::At(block, 5), "Block   2" + std::string(1, '\0'));
             }
         }
     }
-
     void RepairFreeList() {
         try {
             const std::size_t block = file_.Find(CompoundFile::kFreeListEntryName).firstBlock;
@@ -109,11 +104,10 @@ private:
     }
 
     static constexpr void (Damaging::*kChanges[])() = {
-        &Damaging::ChangeLink,       &Damaging::ChangeLink,   &Damaging::ChangeUsed,
-        &Damaging::ChangeInUse,      &Damaging::ChangeInUse,  &Damaging::ChangeSignature,
-        &Damaging::ChangeFirstBlock, &Damaging::ChangeSize,   &Damaging::ChangeName,
-        &Damaging::CopySlot,         &Damaging::MakeDirBlock, &Damaging::ChangePassword,
-        &Damaging::CopyBlock,        &Damaging::CutBlocks,    &Damaging::ChangeByte};
+        &Damaging::ChangeLink,       &Damaging::ChangeUsed, &Damaging::ChangeInUse,
+        &Damaging::ChangeSignature,  &Damaging::ChangeSize, &Damaging::ChangeName,
+        &Damaging::ChangeFirstBlock, &Damaging::CopySlot,   &Damaging::MakeDirBlock,
+        &Damaging::ChangePassword,   &Damaging::CopyBlock,  &Damaging::CutBlocks};
 
     RawFile& file_;
     std::minstd_rand random_;

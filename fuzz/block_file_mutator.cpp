@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* bytes, std::size_t size, std::size_t limit);
 
@@ -16,6 +15,6 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* bytes, std::size_t 
     RawFile file(std::string(bytes + 1, bytes + size));
     Damage(file, seed);
     const std::size_t count = std::min(file.bytes.size(), limit - 1);
-    std::memcpy(bytes + 1, file.bytes.data(), count);
+    std::copy_n(file.bytes.begin(), count, bytes + 1);
     return count + 1;
 }
