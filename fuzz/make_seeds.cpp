@@ -104,8 +104,8 @@ void WriteBlockFiles(const fs::path& folder) {
 
 /// Operations as they come.
 void WriteRandomSeeds(const fs::path& folder) {
-    for (unsigned seed = 1; seed <= 40; ++seed) {
-        WriteSeed(folder, "random" + std::to_string(seed), Pattern(std::size_t{7} * seed, seed));
+    for (unsigned seed = 1; seed <= 20; ++seed) {
+        WriteSeed(folder, "random" + std::to_string(seed), Pattern(std::size_t{14} * seed, seed));
     }
 }
 
