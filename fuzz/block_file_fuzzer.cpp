@@ -103,6 +103,11 @@ Model WholeEntries(Subject& subject) {
     return whole;
 }
 
+/// Unlike those of any other length.
+std::string Bytes(std::size_t size) {
+    return Pattern(size, static_cast<unsigned>(size));
+}
+
 class WritingWalk {
 public:
     WritingWalk(Subject& subject, Model untouched, unsigned choice)
@@ -110,14 +115,14 @@ public:
 
     Model Run() {
         const std::vector<Listed> entries = List(subject_.File());
-        for (std::size_t i = 0; i < std::min<std::size_t>(entries.size(), 4); ++i) {
-            Change(entries[(choice_ + i) % entries.size()], (choice_ / 4 + i) % 4);
-        }
+        ChangeOne(entries, 0);
         Replace({kNew, 0, true}, 2500);
+        // What is freed now must not be what was just taken.
+        ChangeOne(entries, 1);
         SeekAbout();
         subject_.File().Flush();
         if (Write(kNew, "r+b", 1003, std::ios::beg)) {
-            expected_[kNew].replace(0, 1003, Pattern(1003, 7));
+            expected_[kNew].replace(0, 1003, Bytes(1003));
         }
         if (choice_ % 2 == 0) {
             ChangePassword();
@@ -128,6 +133,11 @@ public:
     }
 
 private:
+    void ChangeOne(const std::vector<Listed>& entries, std::size_t i) {
+        if (i < entries.size()) {
+            Change(entries[(choice_ + i) % entries.size()], (choice_ / 4 + i) % 4);
+        }
+    }
     void Change(const Listed& entry, std::size_t how) {
         expected_.erase(entry.name);
         if (how == 0) {
@@ -142,14 +152,14 @@ private:
     }
     void Replace(const Listed& entry, std::size_t size) {
         if (Write(entry.name, "wb", size, std::ios::beg) && entry.isUnique) {
-            expected_[entry.name] = Pattern(size, 7);
+            expected_[entry.name] = Bytes(size);
         }
     }
     /// Whether it went well as far as the file can tell.
     bool Write(const std::string& name, const char* mode, std::size_t size,
                std::ios::seekdir from) {
         CompoundFile& file = subject_.File();
-        return WriteTo(file.GetIOStream(name.c_str(), mode), Pattern(size, 7), from) &&
+        return WriteTo(file.GetIOStream(name.c_str(), mode), Bytes(size), from) &&
                file.GetStatus() == KrStreamE::Ok;
     }
     void SeekAbout() {

@@ -27,17 +27,14 @@ void Replay(const fs::path& path) {
 /// Runs a fuzz target once on each named input, and on each in a named folder: for compilers
 /// without a fuzzer, and to see a finding again.
 int main(int argc, char** argv) {
-    int count = 0;
     for (int i = 1; i < argc; ++i) {
         if (!fs::is_directory(argv[i])) {
             Replay(argv[i]);
-            ++count;
             continue;
         }
         for (const auto& input : fs::directory_iterator(argv[i])) {
             Replay(input.path());
-            ++count;
         }
     }
-    return count > 0 ? 0 : 1;
+    return argc > 1 ? 0 : 1;
 }
