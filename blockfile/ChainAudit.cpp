@@ -56,8 +56,6 @@ public:
             }
             if (marks_[number] == Mark::NoData) {
                 audit_.contested.insert(previous);
-                // Given to another entry, it would be led to by two chains.
-                reached_[number] = true;
                 return;
             }
             // The rest of a shared tail is followed once more, each block of it being shared as
