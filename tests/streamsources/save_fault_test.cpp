@@ -1,9 +1,13 @@
+#include "tests/crash/Disk.h"
 #include "tests/streamsources/Project.h"
 #include "tests/support/SystemCalls.h"
 
 #include <TALVOutl/Exception.h>
 
+#include <algorithm>
 #include <functional>
+#include <iostream>
+#include <random>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -44,19 +48,47 @@ class SaveFault : public Project, public testing::WithParamInterface<Way> {
 protected:
     void TearDown() override { SystemCalls::Reset(); }
 
-    void StartOver() {
-        fs::remove_all(workspace_);
-        fs::remove(copy_);
-        fs::remove(compacted_);
-        WriteFile(path_, project_);
-    }
+    void StartOver() { WriteDisk({{path_, project_}}, folder_ / ""); }
 
-    static bool Edit(Source& source) {
-        const bool edited = source.Open(Source::NewWorkspace, false) == Source::NoError &&
-                            Read(source, "empty") && Write(source, "a", kEdits.at("a")) &&
-                            Write(source, "new", kEdits.at("new"));
+    bool Edit(Source& source) const {
+        const bool edited =
+            source.Open(Source::NewWorkspace, false) == Source::NoError && Read(source, "empty");
+        for (const auto& [name, bytes] : kEdits) {
+            WriteFile(InWorkspace(name), bytes);
+            source.SetIsDirty(true, name.c_str());
+        }
         source.DeleteSource("b");
         return edited;
+    }
+
+    /// Notes what a save does to the disk.
+    void Record() {
+        StartOver();
+        Source source(path_.c_str(), workspace_.c_str());
+        ASSERT_TRUE(Edit(source));
+        before_ = ReadDisk(folder_ / "");
+        SystemCalls::Record(&done_, folder_ / "");
+        ASSERT_TRUE(GetParam().save(source, copy_));
+        SystemCalls::Record(nullptr);
+    }
+
+    /// Whether one of the first `count` operations on the disk has made sure of operation `i`.
+    bool IsSynced(std::size_t i, std::size_t count) const {
+        const std::string& path = done_[i].path;
+        const bool isWrite = done_[i].kind == SystemCalls::Operation::Kind::Write;
+        return std::any_of(done_.begin() + static_cast<std::ptrdiff_t>(i),
+                           done_.begin() + static_cast<std::ptrdiff_t>(count),
+                           [&](const SystemCalls::Operation& later) {
+                               return later.kind == SystemCalls::Operation::Kind::Sync &&
+                                      fs::path(later.path) ==
+                                          (isWrite ? fs::path(path) : fs::path(path).parent_path());
+                           });
+    }
+
+    static bool HasEdits(const std::string& file) {
+        Model found = fs::exists(file) ? GetAll(file) : Model();
+        return std::all_of(kEdits.begin(), kEdits.end(),
+                           [&found](const auto& edit) { return found[edit.first] == edit.second; });
     }
 
     /// What is on disk once the program is gone.
@@ -96,6 +128,8 @@ protected:
 
     const std::string project_ = ReadFile(path_);
     const std::string copy_ = folder_ / "copy";
+    Disk before_;
+    Operations done_;
     const std::string compacted_ = folder_ / "dravoptmpA.kdp";
 };
 
@@ -121,29 +155,71 @@ TEST_P(SaveFault, KilledAnywhere) {
     EXPECT_GT(point, 5);
 }
 
-TEST_P(SaveFault, DiskFullFromAnywhereOn) {
-    bool struck = true;
-    int point = 0;
-    for (; struck && !HasFailure(); ++point) {
-        SCOPED_TRACE(point);
-        StartOver();
-        auto source = std::make_unique<Source>(path_.c_str(), workspace_.c_str());
-        ASSERT_TRUE(Edit(*source));
-        SystemCalls::Expect(SystemCalls::Fault::DiskFull, point);
-        const bool saved = GetParam().save(*source, copy_);
-        struck = SystemCalls::Count() > point;
-        SystemCalls::Reset();
-        EXPECT_TRUE(saved || struck);
-        // A compacted file that cannot be opened again has everything.
-        EXPECT_TRUE(saved || source->IsDirty() || source->GetFilePath().empty());
-        source.reset();
-        Inspect();
+TEST_P(SaveFault, FailingCallsAnywhere) {
+    int points = 0;
+    for (const auto fault : SystemCalls::kFailures) {
+        bool struck = true;
+        for (int point = 0; struck && !HasFailure(); ++point, ++points) {
+            SCOPED_TRACE(std::to_string(static_cast<int>(fault)) + " at " + std::to_string(point));
+            StartOver();
+            auto source = std::make_unique<Source>(path_.c_str(), workspace_.c_str());
+            ASSERT_TRUE(Edit(*source));
+            SystemCalls::Expect(fault, point);
+            const bool saved = GetParam().save(*source, copy_);
+            struck = SystemCalls::Count() > point;
+            SystemCalls::Reset();
+            EXPECT_TRUE(saved || struck);
+            const bool isDirty = source->IsDirty();
+            source.reset();
+            EXPECT_TRUE(saved ? HasEdits(fs::exists(copy_) ? copy_ : path_)
+                              : isDirty || HasEdits(path_) || HasEdits(compacted_))
+                << "forgets what it has not saved";
+            Inspect();
+        }
     }
-    RecordProperty("points", point);
-    EXPECT_GT(point, 5);
+    RecordProperty("points", points);
+    std::cout << points << " faults\n";
+    EXPECT_GT(points, 20);
+}
+
+TEST_P(SaveFault, KilledInsideAnyWrite) {
+    Record();
+    Disk disk = before_;
+    for (const SystemCalls::Operation& operation : done_) {
+        for (const SystemCalls::Operation& part : PartsOf(operation, kPage)) {
+            Disk cut = disk;
+            Do(part, cut);
+            WriteDisk(cut, folder_ / "");
+            Inspect();
+        }
+        Do(operation, disk);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(, SaveFault, testing::ValuesIn(kWays),
+                         [](const auto& way) { return std::string(way.param.name); });
+
+/// Saves that give up no bytes before others are on disk.
+using SyncedSave = SaveFault;
+
+TEST_P(SyncedSave, OutlastsAPowerLoss) {
+    Record();
+    for (unsigned seed = 0; seed < 8 * done_.size() && !HasFailure(); ++seed) {
+        SCOPED_TRACE(seed);
+        std::mt19937 random(seed);
+        const std::size_t count = seed % done_.size() + 1;
+        Disk disk = before_;
+        for (std::size_t i = 0; i < count; ++i) {
+            if (IsSynced(i, count) || random() % 2 == 0) {
+                Do(done_[i], disk);
+            }
+        }
+        WriteDisk(disk, folder_ / "");
+        Inspect();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, SyncedSave, testing::Values(kWays[1], kWays[2]),
                          [](const auto& way) { return std::string(way.param.name); });
 
 using SaveCost = Project;

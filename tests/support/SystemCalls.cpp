@@ -1,6 +1,7 @@
 #include "tests/support/SystemCalls.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <csignal>
@@ -15,6 +16,7 @@
 namespace {
 
 using SystemCalls::Fault;
+using SystemCalls::Operation;
 
 Fault fault = Fault::None;
 int callsLeft = INT_MAX;
@@ -22,6 +24,8 @@ int count = 0;
 std::uint64_t bytesWritten = 0;
 std::string refusedCall;
 std::string refusedPathEnd;
+std::vector<Operation>* recorded = nullptr;
+std::string recordedFolder;
 
 int FailWith(int error) {
     errno = error;
@@ -34,10 +38,43 @@ bool Strikes(bool* first = nullptr) {
     if (fault == Fault::None || --callsLeft >= 0) {
         return false;
     }
+    const bool isFirst = callsLeft == -1;
     if (first != nullptr) {
-        *first = callsLeft == -1;
+        *first = isFirst;
     }
-    return true;
+    return isFirst || (fault != Fault::ErrorOnce && fault != Fault::ShortOnce);
+}
+
+bool IsError() {
+    return fault == Fault::ErrorOnce || fault == Fault::ErrorFromNowOn;
+}
+
+/// Whether a read fails; one that is cut short asks for half of `size`.
+bool ReadFails(std::size_t& size) {
+    if (!IsError() && fault != Fault::ShortOnce) {
+        return false;
+    }
+    const bool strikes = Strikes();
+    size = strikes && size > 1 ? size / 2 : size;
+    return strikes && IsError();
+}
+
+/// Where a descriptor's file lies; empty when nobody records it.
+std::string RecordedPath(int fd) {
+    std::array<char, 4096> path{};
+    const std::string link = "/proc/self/fd/" + std::to_string(fd);
+    const ssize_t length =
+        recorded == nullptr ? 0 : readlink(link.c_str(), path.data(), path.size());
+    const std::string found(path.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    return found.compare(0, recordedFolder.size(), recordedFolder) == 0 ? found : std::string();
+}
+
+void Note(Operation::Kind kind, const std::string& path, std::uint64_t offset = 0,
+          const std::string& bytes = {}) {
+    if (recorded != nullptr && !path.empty() &&
+        path.compare(0, recordedFolder.size(), recordedFolder) == 0) {
+        recorded->push_back({kind, path, offset, bytes});
+    }
 }
 
 /// The part of a write that is done when it is cut: half of it; where a process dies, up to the end
@@ -52,14 +89,25 @@ std::size_t PartOf(std::size_t size, off_t offset) {
 ssize_t Write(int fd, const void* bytes, std::size_t size, long number, off_t offset) {
     bool first = false;
     const bool strikes = Strikes(&first);
+    if (strikes && IsError()) {
+        return FailWith(EIO);
+    }
     if (strikes && (!first || size < 2)) {
         return FailWith(ENOSPC);
     }
+    const std::string path = RecordedPath(fd);
+    const off_t at = number == SYS_pwrite64 ? offset : lseek(fd, 0, SEEK_CUR);
     const ssize_t done = syscall(number, fd, bytes, strikes ? PartOf(size, offset) : size, offset);
     if (strikes && fault == Fault::Kill) {
         raise(SIGKILL);
     }
-    bytesWritten += done > 0 ? static_cast<std::uint64_t>(done) : 0;
+    if (done > 0) {
+        bytesWritten += static_cast<std::uint64_t>(done);
+        Note(Operation::Kind::Write, path, static_cast<std::uint64_t>(at),
+             path.empty()
+                 ? ""
+                 : std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(done)));
+    }
     return done;
 }
 
@@ -76,8 +124,8 @@ bool Permits(const char* name, const std::string& path, Room room) {
         errno = EPERM;
         return false;
     }
-    if (strikes && room == Room::Needed) {
-        errno = ENOSPC;
+    if (strikes && (IsError() || (room == Room::Needed && fault == Fault::DiskFull))) {
+        errno = IsError() ? EIO : ENOSPC;
         return false;
     }
     return true;
@@ -101,6 +149,11 @@ void SystemCalls::Refuse(const std::string& call, const std::string& pathEnd) {
 void SystemCalls::Reset() {
     fault = Fault::None;
     refusedCall.clear();
+}
+
+void SystemCalls::Record(std::vector<Operation>* operations, const std::string& folder) {
+    recorded = operations;
+    recordedFolder = folder;
 }
 
 int SystemCalls::Count() {
@@ -134,8 +187,34 @@ ssize_t writev(int fd, const iovec* pieces, int number) {
     return sum;
 }
 
+ssize_t pread(int fd, void* bytes, size_t size, off_t offset) {
+    return ReadFails(size) ? FailWith(EIO) : syscall(SYS_pread64, fd, bytes, size, offset);
+}
+
+ssize_t read(int fd, void* bytes, size_t size) {
+    return ReadFails(size) ? FailWith(EIO) : syscall(SYS_read, fd, bytes, size);
+}
+
+ssize_t preadv(int fd, const iovec* pieces, int number, off_t offset) {
+    auto wanted = static_cast<size_t>(number);
+    return ReadFails(wanted) ? FailWith(EIO) : syscall(SYS_preadv, fd, pieces, wanted, offset, 0);
+}
+
+int ftruncate(int fd, off_t length) noexcept {
+    const auto done = static_cast<int>(syscall(SYS_ftruncate, fd, length));
+    if (done == 0) {
+        Note(Operation::Kind::Truncate, RecordedPath(fd), static_cast<std::uint64_t>(length));
+    }
+    return done;
+}
+
 int fsync(int fd) {
-    return Permits("fsync", "", Room::NotNeeded) ? static_cast<int>(syscall(SYS_fsync, fd)) : -1;
+    if (!Permits("fsync", "", Room::NotNeeded)) {
+        return -1;
+    }
+    // What a test writes need not outlast it.
+    Note(Operation::Kind::Sync, RecordedPath(fd));
+    return 0;
 }
 
 int mkdir(const char* path, mode_t mode) noexcept {
@@ -144,13 +223,25 @@ int mkdir(const char* path, mode_t mode) noexcept {
 }
 
 int rename(const char* from, const char* to) noexcept {
-    return Permits("rename", to, Room::NotNeeded) ? static_cast<int>(syscall(SYS_rename, from, to))
-                                                  : -1;
+    if (!Permits("rename", to, Room::NotNeeded)) {
+        return -1;
+    }
+    const auto done = static_cast<int>(syscall(SYS_rename, from, to));
+    if (done == 0) {
+        Note(Operation::Kind::Rename, from, 0, to);
+    }
+    return done;
 }
 
 int unlink(const char* path) noexcept {
-    return Permits("unlink", path, Room::NotNeeded) ? static_cast<int>(syscall(SYS_unlink, path))
-                                                    : -1;
+    if (!Permits("unlink", path, Room::NotNeeded)) {
+        return -1;
+    }
+    const auto done = static_cast<int>(syscall(SYS_unlink, path));
+    if (done == 0) {
+        Note(Operation::Kind::Remove, path);
+    }
+    return done;
 }
 
 int rmdir(const char* path) noexcept {
