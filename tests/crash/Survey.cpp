@@ -61,6 +61,12 @@ private:
     CompoundFile file_;
 };
 
+bool IsBeginning(const std::string& bytes, const Promise& promise) {
+    const bool hasOld = promise.isGoing || promise.versions.size() > 1;
+    return (hasOld && bytes == promise.versions.front()) ||
+           (!promise.isGoing && promise.versions.back().compare(0, bytes.size(), bytes) == 0);
+}
+
 bool IsByteOf(const Promise& promise, std::size_t at, char byte) {
     return std::any_of(
         promise.versions.begin(), promise.versions.end(),
@@ -72,12 +78,15 @@ std::string Compare(const Promise& promise, const std::string& bytes) {
     if (promise.isOpaque) {
         return "";
     }
+    if (promise.mayMiss) {
+        return IsBeginning(bytes, promise) ? "" : "has foreign bytes or is cut";
+    }
     for (std::size_t at = 0; at < bytes.size(); ++at) {
         if (!IsByteOf(promise, at, bytes[at])) {
             return "has a foreign byte at " + std::to_string(at);
         }
     }
-    return promise.mayMiss || bytes.size() >= promise.versions.front().size()
+    return bytes.size() >= promise.versions.front().size()
                ? ""
                : "ends at " + std::to_string(bytes.size());
 }

@@ -48,6 +48,7 @@ void Work::Change(const std::string& name, std::size_t offset, const std::string
 
 void Work::Delete(const std::string& name) {
     promises_[name].mayMiss = true;
+    promises_[name].isGoing = true;
     Note(false);
     Check(file_.DeleteCFFile(name.c_str()));
     deleted_.insert(name);
@@ -61,6 +62,7 @@ void Work::Flush() {
 void Work::Begin(const std::string& name) {
     Promise& promise = promises_[name];
     promise.mayMiss = true;
+    promise.isGoing = false;
     promise.versions.emplace_back();
     deleted_.erase(name);
     Note(false);

@@ -11,10 +11,14 @@
 
 /// What may be found of an entry after a crash.
 struct Promise {
-    /// The only one: the entry is whole. Of several, each byte is that of one of them; an entry
-    /// that cannot miss is at least as long as the first.
+    /// The only one: the entry is whole. Of several, each byte is that of one of them, and the
+    /// entry is at least as long as the first.
     std::vector<std::string> versions;
+    /// It is being created or replaced: if it is there, it is the old version or a beginning of
+    /// the last.
     bool mayMiss = false;
+    /// It is being deleted: if it is there, it is whole.
+    bool isGoing = false;
     /// Nothing is promised of its bytes, as while they are being enciphered.
     bool isOpaque = false;
 
