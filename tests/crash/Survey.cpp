@@ -101,7 +101,9 @@ std::string SurveyEntries(Found& found, const Promises& promises) {
             continue;
         }
         const std::string complaint = Compare(promise->second, found.Read(name));
-        broken += complaint.empty() ? "" : name + " " + complaint + "\n";
+        if (!complaint.empty()) {
+            broken.append(name).append(" ").append(complaint).append("\n");
+        }
     }
     for (const auto& [name, promise] : promises) {
         const bool isThere = std::find(names.begin(), names.end(), name) != names.end();
