@@ -17,10 +17,10 @@ struct Promise {
     /// It is being created or replaced: if it is there, it is the old version or a beginning of
     /// the last.
     bool mayMiss = false;
-    /// It is being deleted: if it is there, it is whole.
-    bool isGoing = false;
     /// Nothing is promised of its bytes, as while they are being enciphered.
     bool isOpaque = false;
+    /// It is being deleted: if it is there, it is whole.
+    bool isGoing = false;
 
     bool IsWhole() const { return versions.size() == 1 && !mayMiss && !isOpaque; }
 };
