@@ -72,9 +72,13 @@ public:
         }
     }
 
-    /// What is linked behind that, as far as nobody else has it.
+    /// What is linked behind that, as far as nobody else has it. A shared block may be the last of
+    /// one chain and in the middle of another.
     void FollowRests() {
         for (BlockNumber last : lastBlocks_) {
+            if (audit_.contested.count(last) != 0) {
+                continue;
+            }
             BlockNumber number = next_[last];
             while (number != kNoBlock && Take(number)) {
                 last = number;

@@ -1,6 +1,5 @@
 #include "fuzz/TrackedStream.h"
-#include "tests/support/RawFile.h"
-#include "tests/support/TempFolder.h"
+#include "tests/support/Findings.h"
 
 #include <vector>
 
@@ -188,11 +187,11 @@ private:
             streams_.clear();
             handles_.clear();
         }
-        if (password_.empty()) {
-            const std::string faults =
-                RawFile(memory_ != nullptr ? memory_->str() : ReadFile(Path())).Faults();
-            Require(faults.empty(), faults.c_str());
+        if (memory_ != nullptr) {
+            WriteFile(Path(), memory_->str());
         }
+        const std::string faults = Findings(Path(), password_.c_str());
+        Require(faults.empty(), faults.c_str());
         OpenHandle();
         RequireContents(File());
     }

@@ -1,7 +1,6 @@
 #include "tests/crash/Survey.h"
 
-#include "tests/support/RawFile.h"
-#include "tests/support/TempFolder.h"
+#include <TALVOkrstream/Recovery.h>
 
 #include <algorithm>
 #include <sstream>
@@ -112,18 +111,18 @@ std::string SurveyEntries(Found& found, const Promises& promises) {
     return broken;
 }
 
-/// The rules that a closed file breaks after a crash. Blocks may be wasted, and those of an
-/// enciphered record of free blocks cannot be read here.
+/// The rules that a closed file breaks after a crash. Blocks may be wasted.
 std::string BrokenRules(const std::string& path) {
-    const RawFile raw(ReadFile(path));
-    const bool isEnciphered = !raw.bytes.empty() && (raw.bytes[1022] & 1) != 0;
-    std::istringstream faults(raw.Faults());
+    Recovery::File file;
+    if (file.Open(path.c_str()) != Recovery::Status::Ok) {
+        return "is not to be checked\n";
+    }
     std::string broken;
-    for (std::string line; std::getline(faults, line);) {
-        const bool isWaste = line.find("in-use flag") == 0;
-        broken += isWaste || (isEnciphered && line.find("free-list") != std::string::npos)
-                      ? ""
-                      : line + "\n";
+    for (const Recovery::Finding& finding : file.Check()) {
+        if (finding.kind != Recovery::Kind::OrphanBlock) {
+            broken += "block " + std::to_string(finding.block) + ' ' + finding.entry + ": " +
+                      finding.text + '\n';
+        }
     }
     return broken;
 }
@@ -174,11 +173,7 @@ std::string SurveyAndGoOn(const std::string& path, GoOn way, const Promises& pro
         }
         after = Change(found, way, promises, broken);
     }
-    try {
-        broken += BrokenRules(path);
-    } catch (const std::exception& error) {
-        broken += std::string(error.what()) + "\n";
-    }
+    broken += BrokenRules(path);
     const std::string later = Survey(path, KrStreamE::ReadOnly, after, passwords);
     return later.empty() ? broken : broken + "after going on:\n" + later;
 }
