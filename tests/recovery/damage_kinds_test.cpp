@@ -222,7 +222,8 @@ const Case kCases[] = {
          SetBytes(raw, RawFile::At(14, 21), raw.DirectoryDigest());
      },
      "free-list-size", "", Form::Plain},
-    {"record_missing", [](RawFile& raw) { raw.SetNumber(kFreeListSlot + 309, 12, 0); },
+    {"record_missing",
+     [](RawFile& raw) { SetBytes(raw, kFreeListSlot + 309, std::string(12, '\0')); },
      "(free-list-missing) (orphan-block)"},
     {"record_cycle", [](RawFile& raw) { SetNext(raw, 14, 14); },
      "(free-list-stale) block-not-full chain-cycle"},

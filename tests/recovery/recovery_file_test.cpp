@@ -254,7 +254,7 @@ TEST_F(RecoveryFile, EqualNamesGetNumbersThatNobodyHas) {
 
 TEST_F(RecoveryFile, OrphanChainsAreSavedOnceAndDeletedOnesNever) {
     RawFile raw(FileOf({{"a", Pattern(2500, 1)}, {"recovered-0001", "taken"}, {"z", "zz"}}));
-    raw.SetNumber(19 + 309, 12, 0);
+    raw.bytes.replace(19 + 309, 12, 12, '\0');
     WriteFile(path_, raw.bytes);
     const Model orphaned = {
         {"recovered-0001", "taken"}, {"recovered-0002", Pattern(2500, 1)}, {"z", "zz"}};
