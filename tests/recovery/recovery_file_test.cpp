@@ -207,7 +207,7 @@ TEST_F(RecoveryFile, PasswordDecidesWhatCanBeRead) {
 
 // An entry can hold a directory block of another file at the very offset where its own would stand.
 TEST_F(RecoveryFile, DataThatLooksLikeADirectoryIsData) {
-    const std::string magic = std::string(961, 'x') + std::string("KrCompoundFile", 15);
+    const std::string magic = std::string(961, 'x') + "KrCompoundFile" + '\0';
     const Model entries = {{"first", magic + Pattern(500, 1)},
                            {"second", Pattern(1003, 2) + magic + Pattern(500, 3)}};
     std::string bytes = FileOf(entries);
