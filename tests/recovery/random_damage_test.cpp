@@ -23,6 +23,7 @@ std::string RandomFile(std::mt19937& random, bool encrypted) {
             Put(file, name, bytes);
         }
     }
+    Put(file, "last", "never an empty file");
     file.Close();
     return stream->str();
 }
