@@ -2,6 +2,8 @@
 
 #include "blockfile/BlockHeads.h"
 
+#include <algorithm>
+
 using namespace BlockFormat;
 
 std::optional<HeaderScan> HeaderScan::Of(BlockFile& file, const Directory& directory) {
@@ -17,10 +19,10 @@ std::optional<HeaderScan> HeaderScan::Of(BlockFile& file, const Directory& direc
         }
         scan.next[number] = NextOf(head);
         scan.inUse[number] = head[kInUseOffset] != 0 ? 1 : 0;
-        // Marked free, it might be given to an entry while another one still leads to it.
-        if (UsedOf(head) > kPayloadSize && !directory.HoldsBlock(number)) {
-            scan.overfull.push_back(number);
-            scan.inUse[number] = 1;
+        const bool isOverfull = UsedOf(head) > kPayloadSize;
+        const bool isUnderfull = UsedOf(head) < kPayloadSize && NextOf(head) != kNoBlock;
+        if ((isOverfull || isUnderfull) && !directory.HoldsBlock(number)) {
+            (isOverfull ? scan.overfull : scan.underfull).push_back(number);
         }
     }
     return scan;
@@ -31,7 +33,7 @@ namespace {
 class ChainWalk {
 public:
     ChainWalk(const HeaderScan& scan, const Directory& directory, ChainAudit& audit)
-        : next_(scan.next), audit_(audit), marks_(next_.size()) {
+        : next_(scan.next), underfull_(scan.underfull), audit_(audit), marks_(next_.size()) {
         for (const BlockNumber number : scan.overfull) {
             marks_[number] = Mark::NoData;
         }
@@ -85,7 +87,7 @@ public:
                 number = number < next_.size() ? next_[number] : kNoBlock;
             }
             if (number != kNoBlock) {
-                audit_.ends.insert(last);
+                (WasFilled(last) ? audit_.ends : audit_.contested).insert(last);
             }
         }
     }
@@ -98,6 +100,10 @@ private:
         NoData
     };
 
+    /// A writer links a block when it has filled it. Any other link is damage, to be left alone.
+    bool WasFilled(BlockNumber number) const {
+        return !std::binary_search(underfull_.begin(), underfull_.end(), number);
+    }
     bool Take(BlockNumber number) {
         if (number >= next_.size()) {
             return audit_.promised.insert(number).second;
@@ -110,6 +116,7 @@ private:
     }
 
     const std::vector<BlockNumber>& next_;
+    const std::vector<BlockNumber>& underfull_;
     ChainAudit& audit_;
     std::vector<Mark> marks_;
     /// Blocks that an entry's size needs last, and that lead on.
@@ -131,5 +138,9 @@ ChainAudit::ChainAudit(HeaderScan& scan, const Directory& directory) {
     }
     for (std::size_t index = 0; index < directory.BlockCount(); ++index) {
         scan.inUse[directory.Block(index).header.number] = 1;
+    }
+    // A chain may lead to one that is marked free.
+    for (const BlockNumber number : scan.overfull) {
+        scan.inUse[number] = 1;
     }
 }

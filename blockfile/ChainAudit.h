@@ -12,10 +12,12 @@
 /// of a vector is block n's; element 0 is unused.
 struct HeaderScan {
     std::vector<BlockFormat::BlockNumber> next;
-    /// 1 for a block that is marked used or overfull, else 0.
+    /// 1 for a block that is marked used, else 0.
     std::vector<unsigned char> inUse;
     /// Data blocks whose used bytes are more than a payload has.
     std::vector<BlockFormat::BlockNumber> overfull;
+    /// Data blocks that are not full, though they lead on to another one; in ascending order.
+    std::vector<BlockFormat::BlockNumber> underfull;
 
     /// None when a block's number is not its position, its signature is not of this format, or it
     /// cannot be read.

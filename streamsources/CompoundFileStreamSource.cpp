@@ -37,6 +37,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Open(OpenMode mode, bo
     const Error error = Bind(mode);
     if (error == NoError) {
         state_->dirty = false;
+        state_->unsynced = false;
         state_->deleted.clear();
         state_->unchanged.clear();
         openMode_ = mode;

@@ -3,6 +3,8 @@
 #include "streamsources/StreamSourceMutex.h"
 #include "streamsources/WorkspaceState.h"
 
+#include <TALVOutl/Files.h>
+
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 
@@ -55,6 +57,12 @@ Source::Error Finish(CompoundFile& file) {
     return file.GetStatus() == KrStreamE::Ok ? Source::NoError : Source::CompoundFileCorrupt;
 }
 
+/// Makes sure of a file that may be new. Its folder may be one that cannot be read.
+bool SyncWithName(const std::string& file) {
+    KrSync(fs::path(file).parent_path().string());
+    return KrSync(file);
+}
+
 } // namespace
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(CompoundFile& target,
@@ -88,6 +96,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(bool f
         error = Finish(compoundFile_);
     }
     state_->dirty = state_->dirty && error != NoError;
+    state_->unsynced = true;
     return error;
 }
 
@@ -205,16 +214,25 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::Close(CloseMode mode, 
             return error;
         }
     }
+    const std::string file = state_->unsynced ? compoundFile_.GetCompoundFileName() : "";
+    // With the workspace goes the only other place of what was saved.
+    if (!file.empty() && !SyncWithName(file)) {
+        return CompoundFileCorrupt;
+    }
     // A folder that was refused, or that another source has, is not this one's to remove.
     if (state_->IsBound() && !DeleteDirectory()) {
         return CouldNotDeleteTempDir;
     }
     state_->workspace.SetFolder("");
     state_->dirty = false;
+    state_->unsynced = false;
     state_->deleted.clear();
     state_->unchanged.clear();
     state_->temporary.clear();
     compoundFile_.Close();
+    if (!file.empty()) {
+        KrSync(file);
+    }
     return NoError;
 }
 

@@ -36,6 +36,8 @@ struct CompoundFileStreamSource::State {
     Workspace workspace{std::string()};
     /// The workspace differs from the compound file. Atomic, since it is asked without the lock.
     std::atomic<bool> dirty{false};
+    /// Something was saved, and the compound file has not been synced since.
+    bool unsynced = false;
     /// Entries of a file of format version 1 whose names are not the same in UTF-8.
     StreamSet legacy;
     /// Deleted since the last save: the entries that are still there do not count.

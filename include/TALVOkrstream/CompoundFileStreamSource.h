@@ -123,7 +123,9 @@ public:
 
     /// Saves the workspace as CopyToBlockFile(full) does, if `mode` is SaveChanges and the source
     /// is dirty; then removes the workspace folder with everything in it (unless Open has not
-    /// succeeded), and closes the compound file. When saving fails, its result is returned and
+    /// succeeded), and closes the compound file. If anything was saved since Open, the file is
+    /// sent to the disk (fsync) before the workspace goes, so that a power loss costs none of it.
+    /// When saving or that fails, its result is returned (CompoundFileCorrupt for the latter) and
     /// nothing else was done. When the folder cannot be removed: CouldNotDeleteTempDir, with the
     /// file still open, what is left of the folder marked for PreviousDeleteOfTempDirUnsuccessfull.
     /// Throws as CopyToBlockFile does.

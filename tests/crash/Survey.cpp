@@ -3,6 +3,7 @@
 #include <TALVOkrstream/Recovery.h>
 
 #include <algorithm>
+#include <set>
 #include <sstream>
 
 namespace {
@@ -111,15 +112,33 @@ std::string SurveyEntries(Found& found, const Promises& promises) {
     return broken;
 }
 
-/// The rules that a closed file breaks after a crash. Blocks may be wasted.
+/// The names in directory blocks that were never linked, wasted by the crash.
+std::set<std::string> UnlinkedNames(const Recovery::File& file,
+                                    const std::vector<Recovery::Finding>& findings) {
+    std::set<std::string> names;
+    for (const Recovery::Finding& finding : findings) {
+        for (const Recovery::Entry& entry : file.Entries()) {
+            if (finding.kind == Recovery::Kind::DirectoryUnlinked &&
+                entry.directoryBlock - finding.block < finding.blockCount) {
+                names.insert(entry.name);
+            }
+        }
+    }
+    return names;
+}
+
+/// The rules that a closed file breaks after a crash, beside that blocks are wasted.
 std::string BrokenRules(const std::string& path) {
     Recovery::File file;
     if (file.Open(path.c_str()) != Recovery::Status::Ok) {
         return "is not to be checked\n";
     }
+    const std::vector<Recovery::Finding> findings = file.Check();
+    const std::set<std::string> wasted = UnlinkedNames(file, findings);
     std::string broken;
-    for (const Recovery::Finding& finding : file.Check()) {
-        if (finding.kind != Recovery::Kind::OrphanBlock) {
+    for (const Recovery::Finding& finding : findings) {
+        if (finding.kind != Recovery::Kind::OrphanBlock &&
+            finding.kind != Recovery::Kind::DirectoryUnlinked && wasted.count(finding.entry) == 0) {
             broken += "block " + std::to_string(finding.block) + ' ' + finding.entry + ": " +
                       finding.text + '\n';
         }

@@ -219,6 +219,23 @@ TEST_P(SyncedSave, OutlastsAPowerLoss) {
     }
 }
 
+// An incremental save changes the file in place. What stands for it meanwhile goes last.
+TEST_P(SaveFault, SyncsBeforeTheWorkspaceGoes) {
+    Record();
+    const auto removal =
+        std::find_if(done_.begin(), done_.end(), [this](const SystemCalls::Operation& operation) {
+            return operation.kind == SystemCalls::Operation::Kind::Remove &&
+                   operation.path.find(workspace_) == 0;
+        });
+    for (auto write = done_.begin(); write != removal; ++write) {
+        const bool isSafe = write->kind != SystemCalls::Operation::Kind::Write ||
+                            removal == done_.end() ||
+                            IsSynced(static_cast<std::size_t>(write - done_.begin()),
+                                     static_cast<std::size_t>(removal - done_.begin()));
+        EXPECT_TRUE(isSafe) << write->path << " at " << write->offset;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(, SyncedSave, testing::Values(kWays[1], kWays[2]),
                          [](const auto& way) { return std::string(way.param.name); });
 
