@@ -154,6 +154,9 @@ void CompoundFileServer::WriteStandIns() {
 
 // Links that are not to be followed go with the first change of the file.
 void CompoundFileServer::WriteEnds() {
+    if (audit_.ends.empty()) {
+        return;
+    }
     DataBlock block;
     for (const BlockNumber number : std::exchange(audit_.ends, {})) {
         FetchBlock(number, block, 1);

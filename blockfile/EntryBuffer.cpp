@@ -7,6 +7,8 @@ namespace {
 
 /// Batches small reads and writes; about ten blocks.
 constexpr std::streamsize kBufferSize = 10240;
+/// Many entries need no more, and an allocator has pieces of this size at hand.
+constexpr std::streamsize kFirstBufferSize = 1000;
 /// From here on reading is cheaper past the buffer.
 constexpr std::streamsize kLargeRead = 512;
 
@@ -26,8 +28,9 @@ EntryBuffer::~EntryBuffer() {
 EntryBuffer::int_type EntryBuffer::underflow() {
     if (gptr() == egptr()) {
         BeginReading();
-        const std::streamsize got = device_.read(Buffer(), kBufferSize);
-        setg(Buffer(), Buffer(), Buffer() + std::max<std::streamsize>(got, 0));
+        Reserve(kBufferSize);
+        const std::streamsize got = device_.read(buffer_.get(), kBufferSize);
+        setg(buffer_.get(), buffer_.get(), buffer_.get() + std::max<std::streamsize>(got, 0));
     }
     return gptr() < egptr() ? traits_type::to_int_type(*gptr()) : traits_type::eof();
 }
@@ -49,8 +52,13 @@ EntryBuffer::int_type EntryBuffer::pbackfail(int_type c) {
 
 EntryBuffer::int_type EntryBuffer::overflow(int_type c) {
     BeginWriting();
-    Send();
-    setp(Buffer(), Buffer() + kBufferSize);
+    if (pptr() - pbase() == kBufferSize) {
+        Send();
+    }
+    const auto pending = static_cast<int>(pptr() - pbase());
+    Reserve(pending == 0 ? kFirstBufferSize : kBufferSize);
+    setp(buffer_.get(), buffer_.get() + size_);
+    pbump(pending);
     return traits_type::eq_int_type(c, traits_type::eof()) ? traits_type::not_eof(c)
                                                            : sputc(traits_type::to_char_type(c));
 }
@@ -128,11 +136,14 @@ void EntryBuffer::Send() {
     }
 }
 
-char* EntryBuffer::Buffer() {
-    if (buffer_ == nullptr) {
-        buffer_.reset(new char[kBufferSize]);
+// Makes the buffer at least so large, with what is still to be written at its beginning.
+void EntryBuffer::Reserve(std::streamsize size) {
+    if (size_ < size) {
+        std::unique_ptr<char[]> larger(new char[static_cast<std::size_t>(size)]);
+        std::copy(pbase(), pptr(), larger.get());
+        buffer_ = std::move(larger);
+        size_ = size;
     }
-    return buffer_.get();
 }
 
 std::streamoff EntryBuffer::Position() {

@@ -34,10 +34,11 @@ private:
     void BeginReading();
     void BeginWriting();
     void Send();
-    char* Buffer();
+    void Reserve(std::streamsize size);
     std::streamoff Position();
 
     KrIOStreamDevice device_;
     std::ios& owner_;
     std::unique_ptr<char[]> buffer_;
+    std::streamsize size_ = 0;
 };

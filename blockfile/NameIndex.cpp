@@ -85,12 +85,17 @@ std::size_t NameIndex::BucketFor(std::string_view name, std::uint32_t hash) cons
     return at;
 }
 
+// No name is looked at: they lie far apart in memory, and all of them differ.
 void NameIndex::Rehash(std::size_t size) {
     decltype(buckets_) old(size);
     old.swap(buckets_);
     for (const Bucket& bucket : old) {
         if (bucket.name != nullptr) {
-            buckets_[BucketFor(bucket.name, bucket.hash)] = bucket;
+            std::size_t at = bucket.hash & (size - 1);
+            while (buckets_[at].name != nullptr) {
+                at = NextTo(at);
+            }
+            buckets_[at] = bucket;
         }
     }
 }
