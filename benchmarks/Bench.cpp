@@ -10,6 +10,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include <sched.h>
 #include <unistd.h>
 
 namespace {
@@ -55,6 +56,14 @@ template <typename Number>
 Number MedianOf(std::vector<Number> numbers) {
     std::sort(numbers.begin(), numbers.end());
     return numbers[numbers.size() / 2];
+}
+
+/// A process that is moved between processors while it works pays for it, but not every time.
+void StayOnThisProcessor() {
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    CPU_SET(static_cast<std::size_t>(std::max(0, sched_getcpu())), &processors);
+    sched_setaffinity(0, sizeof processors, &processors);
 }
 
 } // namespace
@@ -160,6 +169,7 @@ Sample TakeSample(const std::string& row, const std::string& store, const std::s
                   const std::string& scratch, const Sizes& sizes) {
     const Job job{sizes, path, scratch};
     const Row& which = FindRow(row);
+    StayOnThisProcessor();
     WarmUp(std::max(sizes.smallStreams, sizes.mediumStreams));
     if (store == kCounterpart) {
         return which.counterpartMeasure(job);
