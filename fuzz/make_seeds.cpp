@@ -105,6 +105,7 @@ int main(int argc, char** argv) {
     }
     const fs::path folder = argv[1];
     WriteBlockFiles(folder / "block_file");
+    WriteBlockFiles(folder / "recovery");
     for (const char* target : {"operations", "records", "sources"}) {
         WriteRandomSeeds(folder / target);
     }
