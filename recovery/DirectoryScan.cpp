@@ -147,10 +147,12 @@ void DirectoryScan::AddUnlinked() {
 }
 
 void DirectoryScan::DropLinkedByData(std::vector<bool>& candidates) const {
+    // What a block that is none links to is none either.
     const auto drop = [&](BlockNumber number) {
-        const BlockNumber position = table_.PlaceOf(number);
-        if (position != kNoBlock) {
+        BlockNumber position = table_.PlaceOf(number);
+        while (position != kNoBlock && candidates[position - 1]) {
             candidates[position - 1] = false;
+            position = table_.PlaceOf(table_.At(position).next);
         }
     };
     for (BlockNumber position = 1; position <= table_.Count(); ++position) {

@@ -209,7 +209,8 @@ TEST_F(RecoveryFile, PasswordDecidesWhatCanBeRead) {
 TEST_F(RecoveryFile, DataThatLooksLikeADirectoryIsData) {
     const std::string magic = std::string(961, 'x') + "KrCompoundFile" + '\0';
     const Model entries = {{"first", magic + Pattern(500, 1)},
-                           {"second", Pattern(1003, 2) + magic + Pattern(500, 3)}};
+                           {"second", Pattern(1003, 2) + magic + Pattern(500, 3)},
+                           {"two in a row", magic + Pattern(27, 4) + magic + Pattern(500, 5)}};
     std::string bytes = FileOf(entries);
     WriteFile(path_, bytes);
     EXPECT_EQ(Findings(path_), "");
