@@ -70,7 +70,7 @@ TEST_F(RecoveryTest, CheckTellsDamageFromWaste) {
     const std::string sound = FileOf(kEntries);
     WriteFile("waste.kr", sound.substr(0, 10240));
     const ToolResult waste = Run({"check", "waste.kr"});
-    EXPECT_EQ(waste.status, 0);
+    EXPECT_EQ(waste.status, 1);
     EXPECT_EQ(waste.out.substr(0, 8), "notice: ");
 }
 

@@ -78,6 +78,5 @@ ExitStatus Check(const Options& options) {
         PrintText(findings, out);
     }
     out.Flush();
-    return std::any_of(findings.begin(), findings.end(), IsDamage) ? ExitStatus::DonePartly
-                                                                   : ExitStatus::Done;
+    return findings.empty() ? ExitStatus::Done : ExitStatus::DonePartly;
 }

@@ -8,7 +8,7 @@
 
 enum class ExitStatus {
     Done = 0,
-    /// A name was not found, something was skipped, or a check found damage.
+    /// A name was not found, something was skipped, or a check found something.
     DonePartly = 1,
     Failed = 2,
     /// The password is missing or wrong.
