@@ -115,6 +115,8 @@ public:
     Status WriteDataBlock(const DataBlock& block);
     /// Takes a free block and makes `block` its empty record; WriteDataBlock is still to come.
     Status AllocateBlock(DataBlock& block);
+    /// Brings the file's last block number near, where tests can reach it.
+    void LimitBlocks(BlockNumber last) { usage_.Limit(last); }
     /// Whether a block was given out and its stream has not written it yet: nothing sound stands at
     /// its place, and nobody but that stream may take it for a part of the chain.
     bool IsUnwritten(BlockNumber number) const {

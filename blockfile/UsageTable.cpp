@@ -47,7 +47,7 @@ void UsageTable::Set(BlockNumber number, bool inUse) {
 
 BlockNumber UsageTable::Allocate() {
     const BlockNumber number = hint_;
-    if (number > kMaxBlockNumber) {
+    if (number > last_) {
         return kNoBlock;
     }
     Set(number, true);

@@ -22,6 +22,8 @@ public:
 
     /// Takes a free block and marks it in use; kNoBlock when the numbers have run out.
     BlockNumber Allocate();
+    /// Numbers end here, sooner than the format's do.
+    void Limit(BlockNumber last) { last_ = last; }
 
     bool IsUsed(BlockNumber number) const;
     /// The highest block number the table knows.
@@ -41,6 +43,7 @@ private:
     /// groups.
     std::vector<std::uint32_t> usedInGroup_;
     BlockNumber highest_ = 0;
+    BlockNumber last_ = BlockFormat::kMaxBlockNumber;
     /// The lowest free number, or the one after the highest.
     BlockNumber hint_ = 1;
 };
