@@ -56,7 +56,7 @@ public:
                 }
                 return;
             }
-            if (marks_[number] == Mark::NoData) {
+            if (IsNoData(number)) {
                 audit_.contested.insert(previous);
                 return;
             }
@@ -74,21 +74,10 @@ public:
         }
     }
 
-    /// What is linked behind that, as far as nobody else has it. A shared block may be the last of
-    /// one chain and in the middle of another.
+    /// What is linked behind that, as far as nobody else has it.
     void FollowRests() {
-        for (BlockNumber last : lastBlocks_) {
-            if (audit_.contested.count(last) != 0) {
-                continue;
-            }
-            BlockNumber number = next_[last];
-            while (number != kNoBlock && Take(number)) {
-                last = number;
-                number = number < next_.size() ? next_[number] : kNoBlock;
-            }
-            if (number != kNoBlock) {
-                (WasFilled(last) ? audit_.ends : audit_.contested).insert(last);
-            }
+        for (const BlockNumber last : lastBlocks_) {
+            audit_.contested.count(last) == 0 ? FollowRest(last) : FollowSharedRest(last);
         }
     }
 
@@ -100,6 +89,33 @@ private:
         NoData
     };
 
+    void FollowRest(BlockNumber last) {
+        BlockNumber number = next_[last];
+        while (number != kNoBlock && Take(number)) {
+            last = number;
+            number = NextOf(number);
+        }
+        if (number != kNoBlock) {
+            (WasFilled(last) ? audit_.ends : audit_.contested).insert(last);
+        }
+    }
+
+    // What is the rest of one chain may be what another one needs, so nothing is cut off. Whoever
+    // else has it shares it, too.
+    void FollowSharedRest(BlockNumber last) {
+        for (BlockNumber number = next_[last];
+             number != kNoBlock && !IsNoData(number) && audit_.contested.insert(number).second;
+             number = NextOf(number)) {
+            Take(number);
+        }
+    }
+
+    bool IsNoData(BlockNumber number) const {
+        return number < next_.size() && marks_[number] == Mark::NoData;
+    }
+    BlockNumber NextOf(BlockNumber number) const {
+        return number < next_.size() ? next_[number] : kNoBlock;
+    }
     /// A writer links a block when it has filled it. Any other link is damage, to be left alone.
     bool WasFilled(BlockNumber number) const {
         return !std::binary_search(underfull_.begin(), underfull_.end(), number);

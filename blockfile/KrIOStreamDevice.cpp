@@ -58,8 +58,8 @@ private:
     CompoundFileServer& engine_;
     const CompoundFileServer::EntryRef entry_;
     const std::string name_;
-    /// Null when the entry's first block could not be read. Not zeroed when it is made.
-    std::unique_ptr<DataBlock> current_{new DataBlock};
+    /// Null when the entry's first block could not be read.
+    std::unique_ptr<DataBlock> current_ = std::make_unique<DataBlock>();
     /// Made when a block is first appended.
     std::unique_ptr<DataBlock> spare_;
     /// Index of the current block in the chain; kNowhere when it is none of the chain's.
@@ -242,7 +242,7 @@ bool KrIOStreamDevice::Data::GoToBlockOrAppend(std::size_t index) {
 // block is written once, with its link in it.
 bool KrIOStreamDevice::Data::AppendBlock() {
     if (spare_ == nullptr) {
-        spare_.reset(new DataBlock);
+        spare_ = std::make_unique<DataBlock>();
     }
     if (engine_.AllocateBlock(*spare_) != KrStreamE::Ok) {
         return false;

@@ -59,6 +59,15 @@ Model BlockFiles() {
                      const std::vector<std::uint32_t> tail = file.Chain(file.Find("d").firstBlock);
                      file.SetNumber(RawFile::At(file.Find("c").firstBlock, 15), 4, tail[1]);
                  })},
+        {"short_chains_into_a_long_one",
+         Damaged(FileOf(EntriesOf({1500, 1600, 5000, 10})),
+                 [](RawFile& file) {
+                     const std::vector<std::uint32_t> tail = file.Chain(file.Find("c").firstBlock);
+                     for (const char* name : {"a", "b"}) {
+                         file.SetNumber(RawFile::At(file.Find(name).firstBlock, 15), 4, tail[1]);
+                     }
+                     file.bytes[RawFile::At(tail[3], 4)] = 0;
+                 })},
         {"overfull_and_marked_free",
          Damaged(several,
                  [](RawFile& file) {

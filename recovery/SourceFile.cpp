@@ -16,7 +16,7 @@ namespace {
 /// Enough that a pass over the file is bound by the disk and not by calls.
 constexpr std::size_t kMostBlocks = 1024;
 /// A chain may pass over a few blocks of others and still go upwards.
-constexpr BlockNumber kSmallGap = 8;
+constexpr BlockNumber kBlocksBetween = 8;
 
 /// Looks before opening, because opening a device can already have an effect.
 bool IsRegular(const char* path) {
@@ -78,7 +78,7 @@ std::size_t SourceFile::BytesOf(BlockNumber position) const {
 const unsigned char* SourceFile::Read(BlockNumber position) {
     if (!Holds(position)) {
         const std::uint64_t end = std::uint64_t{first_} + held_;
-        const bool upwards = position >= end && position - end < kSmallGap;
+        const bool upwards = position >= end && position - end < kBlocksBetween;
         asked_ = upwards ? std::min(asked_ * 2, kMostBlocks) : 1;
         // Where one block of many cannot be read, the others still can, one by one.
         if (!Load(position, asked_) && !Load(position, 1)) {

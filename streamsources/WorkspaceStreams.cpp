@@ -14,7 +14,7 @@ namespace {
 /// Longer paths of streams are taken for ones that do not exist.
 constexpr std::size_t kPathLimit = 260;
 
-bool IsSet(const char* name) {
+bool IsNamed(const char* name) {
     return name != nullptr && *name != '\0';
 }
 
@@ -22,7 +22,7 @@ bool IsSet(const char* name) {
 template <typename Request>
 auto OrNull(const char* name, Request request) -> decltype(request()) {
     try {
-        return IsSet(name) ? request() : nullptr;
+        return IsNamed(name) ? request() : nullptr;
     } catch (const std::exception&) {
         return nullptr;
     }
@@ -44,7 +44,7 @@ std::unique_ptr<std::istream> OpenForReading(const std::string& path) {
 
 bool CompoundFileStreamSource::StreamExists(const char* name) const {
     const StreamSourceLock lock;
-    if (!IsSet(name) || state_->directoryName.size() + std::strlen(name) >= kPathLimit) {
+    if (!IsNamed(name) || state_->directoryName.size() + std::strlen(name) >= kPathLimit) {
         return false;
     }
     const std::string stream = StreamOf(name);
@@ -58,7 +58,7 @@ bool CompoundFileStreamSource::HasEntry(const std::string& stream) const {
 
 unsigned long long CompoundFileStreamSource::GetStreamSize(const char* name) const {
     const StreamSourceLock lock;
-    if (!IsSet(name)) {
+    if (!IsNamed(name)) {
         return 0;
     }
     const std::string stream = StreamOf(name);

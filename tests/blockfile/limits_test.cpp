@@ -44,7 +44,7 @@ TEST_F(Limits, RunningOutOfBlockNumbersLosesNothing) {
             }
         }
         file_.Close();
-        EXPECT_LE(ReadFile(path_).size(), last * BlockFormat::kBlockSize);
+        EXPECT_LE(ReadFile(path_).size(), std::size_t{last} * BlockFormat::kBlockSize);
 
         ASSERT_EQ(file_.Open(path_.c_str(), KrStreamE::ReadWrite), KrStreamE::Ok);
         Model found = GetAll(file_);

@@ -131,7 +131,7 @@ Model After(const Scenario& scenario) {
     return GetAll(file);
 }
 
-class Fault : public testing::TestWithParam<Scenario> {
+class FaultInjection : public testing::TestWithParam<Scenario> {
 protected:
     void TearDown() override {
         SystemCalls::Reset();
@@ -166,7 +166,7 @@ private:
     int tried_ = 0;
 };
 
-TEST_P(Fault, AtEveryOperationOfAStreamEndsInAStatus) {
+TEST_P(FaultInjection, AtEveryOperationOfAStreamEndsInAStatus) {
     for (const Failure& failure : kFailures) {
         bool passed = false;
         for (int n = 0; !passed; ++n) {
@@ -191,7 +191,7 @@ TEST_P(Fault, AtEveryOperationOfAStreamEndsInAStatus) {
     }
 }
 
-TEST_P(Fault, AtEverySystemCallEndsInAStatus) {
+TEST_P(FaultInjection, AtEverySystemCallEndsInAStatus) {
     const TempFolder folder;
     const std::string path = folder / "file";
     for (const auto fault : SystemCalls::kFailures) {
@@ -217,7 +217,7 @@ TEST_P(Fault, AtEverySystemCallEndsInAStatus) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, Fault, testing::ValuesIn(kScenarios),
+INSTANTIATE_TEST_SUITE_P(Scenarios, FaultInjection, testing::ValuesIn(kScenarios),
                          [](const auto& tested) { return tested.param.name; });
 
 } // namespace

@@ -36,10 +36,10 @@ std::string Record(const std::string& head, std::size_t slots,
     return head + Bytes(slots, 2) + Bytes(used.size(), 2) + ids + positions + Bytes(end, width);
 }
 
-const std::string kHead = "zA\x02\0"s;
+const std::string kDirectoryHead = "zA\x02\0"s;
 /// Three sub-streams behind a directory of four slots: 56 bytes.
 const std::string kThree =
-    Record(kHead, 4, {{1, 56}, {2, 61}, {7, 62}}, 67) + "first" + "2" + "third";
+    Record(kDirectoryHead, 4, {{1, 56}, {2, 61}, {7, 62}}, 67) + "first" + "2" + "third";
 
 std::string Piece(std::istream* stream, std::size_t size) {
     std::string bytes(size, '\0');
@@ -96,13 +96,13 @@ TEST(StreamDirectory, IsTheSameOnEveryStream) {
 TEST(StreamDirectory, IsWrittenByteForByte) {
     std::ostringstream empty;
     OutputStreamDirectory(empty, 3).GetOutput(5);
-    EXPECT_EQ(empty.str(), Record(kHead, 3, {}, 46));
+    EXPECT_EQ(empty.str(), Record(kDirectoryHead, 3, {}, 46));
     EXPECT_EQ(empty.str().size(), 46U);
 
     std::ostringstream behind;
     behind << "before";
     { OutputStreamDirectory(behind, 1).GetOutput(5) << "x"; }
-    EXPECT_EQ(behind.str(), "before" + Record(kHead, 1, {{5, 32}}, 33) + "x");
+    EXPECT_EQ(behind.str(), "before" + Record(kDirectoryHead, 1, {{5, 32}}, 33) + "x");
 }
 
 TEST(StreamDirectory, OutOfOrderIsSortedOrNotAsTheStreamAllows) {
@@ -113,7 +113,7 @@ TEST(StreamDirectory, OutOfOrderIsSortedOrNotAsTheStreamAllows) {
         directory.GetOutput(9) << large;
         directory.GetOutput(3) << "y";
     }
-    EXPECT_EQ(os.str(), Record(kHead, 2, {{3, 70036}, {9, 36}}, 70037) + large + "y");
+    EXPECT_EQ(os.str(), Record(kDirectoryHead, 2, {{3, 70036}, {9, 36}}, 70037) + large + "y");
     std::ostringstream swapped;
     {
         OutputStreamDirectory directory(swapped, 3);
@@ -122,7 +122,8 @@ TEST(StreamDirectory, OutOfOrderIsSortedOrNotAsTheStreamAllows) {
         directory.GetOutput(3) << "z";
     }
     EXPECT_EQ(swapped.str(),
-              Record(kHead, 3, {{1, 46}, {3, 70047}, {9, 70046 % 65536}}, 70048) + large + "yz");
+              Record(kDirectoryHead, 3, {{1, 46}, {3, 70047}, {9, 70046 % 65536}}, 70048) + large +
+                  "yz");
 
     const TempFolder folder;
     CompoundFileStreamSource source((folder / "file").c_str(), (folder / "workspace").c_str());
@@ -133,7 +134,7 @@ TEST(StreamDirectory, OutOfOrderIsSortedOrNotAsTheStreamAllows) {
         directory.GetOutput(9) << "x";
         directory.GetOutput(3) << "y";
     }
-    EXPECT_EQ(Read(source, "record"), Record(kHead, 2, {{9, 36}, {3, 37}}, 38) + "xy");
+    EXPECT_EQ(Read(source, "record"), Record(kDirectoryHead, 2, {{9, 36}, {3, 37}}, 38) + "xy");
 }
 
 TEST(StreamDirectory, StreamsAtTheirEndAreNoSurprise) {
@@ -159,7 +160,7 @@ TEST(StreamDirectory, StreamsAtTheirEndAreNoSurprise) {
 TEST(StreamDirectory, OlderVersionsAreRead) {
     const std::vector<std::pair<int, std::uint64_t>> used = {{1, 100}, {5, 104}};
     for (const auto& [head, width] : {std::pair("xA"s, 4U), std::pair("zA\x01\0"s, 4U),
-                                      std::pair("zA\0\0"s, 8U), std::pair(kHead, 8U)}) {
+                                      std::pair("zA\0\0"s, 8U), std::pair(kDirectoryHead, 8U)}) {
         std::string record = Record(head, 3, used, 108, width);
         record.resize(100, '-');
         std::istringstream is(record + "one.five");
@@ -185,7 +186,7 @@ TEST(StreamDirectory, RefusesMoreSlotsThanThereCanBe) {
     }
     EXPECT_TRUE(tooMany.fail());
 
-    const std::string head = kHead;
+    const std::string head = kDirectoryHead;
     for (const std::string& claim : {Bytes(81, 2) + Bytes(1, 2), Bytes(3, 2) + Bytes(4, 2),
                                      Bytes(65535, 2) + Bytes(65535, 2)}) {
         std::istringstream is(head + claim + std::string(1000, '\0'));

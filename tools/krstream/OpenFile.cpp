@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr off_t kBlockSize = 1024;
-
 /// Any block begins with its number and a flag (5 bytes), then this word and the version.
 constexpr off_t kSignatureOffset = 5;
 constexpr std::string_view kSignatureWord = "Block";
@@ -73,7 +71,7 @@ std::string Defect(int fd, KrStreamE::OpenMode mode) {
         return "is of format version " + std::to_string(version) +
                ", which this program does not know; use a newer one";
     }
-    if (status.st_size % kBlockSize != 0) {
+    if (status.st_size % static_cast<off_t>(kBlockSize) != 0) {
         return "is cut short: its length of " + std::to_string(status.st_size) +
                " bytes is no multiple of 1024; " + kRemedy;
     }
@@ -167,7 +165,7 @@ bool CloseWritten(CompoundFile& file, const std::string& path) {
     // Closing writes the record of free blocks and does not say whether it could; a block cut short
     // would show.
     return file.Close() == KrStreamE::Ok && stat(path.c_str(), &status) == 0 &&
-           status.st_size % kBlockSize == 0;
+           status.st_size % static_cast<off_t>(kBlockSize) == 0;
 }
 
 Failure WriteFailure(const std::string& subject) {

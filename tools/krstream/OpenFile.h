@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <string>
 
+/// A compound file has a multiple of so many bytes.
+constexpr std::uint64_t kBlockSize = 1024;
+
 /// An existing compound file, opened; a Failure that says why when it cannot be.
 class OpenFile {
 public:
