@@ -36,7 +36,7 @@ TEST_F(Limits, RunningOutOfBlockNumbersLosesNothing) {
         for (unsigned i = 0; file_.GetStatus() == KrStreamE::Ok; ++i) {
             ASSERT_LT(i, last);
             const std::string name = "entry" + std::to_string(i);
-            const std::string bytes = Pattern(i % 4 * 900, i);
+            const std::string bytes = Pattern(std::size_t{i % 4} * 900, i);
             const bool written = Put(file_, name, bytes);
             ASSERT_EQ(written, file_.GetStatus() == KrStreamE::Ok);
             if (written) {
