@@ -239,6 +239,31 @@ TEST_P(SaveFault, SyncsBeforeTheWorkspaceGoes) {
 INSTANTIATE_TEST_SUITE_P(, SyncedSave, testing::Values(kWays[1], kWays[2]),
                          [](const auto& way) { return std::string(way.param.name); });
 
+// What a save from memory could not write is still in memory, and the next one brings all of it.
+TEST(MemorySave, KeepsEverythingWhateverFails) {
+    const TempFolder folder;
+    const std::string path = folder / "file";
+    const Model streams = {{"a", Pattern(3000, 1)}, {"b", ""}, {"c", Pattern(1003, 2)}};
+    MemCompoundFileStreamSource source;
+    source.Open();
+    for (const auto& [name, bytes] : streams) {
+        *source.GetOStream(name.c_str()) << bytes;
+    }
+    int points = 0;
+    for (const auto fault : SystemCalls::kFailures) {
+        bool struck = true;
+        for (int point = 0; struck; ++point, ++points) {
+            SystemCalls::Expect(fault, point);
+            source.Save(path.c_str());
+            struck = SystemCalls::Count() > point;
+            SystemCalls::Reset();
+            ASSERT_TRUE(source.Save(path.c_str()));
+            ASSERT_EQ(GetAll(path), streams) << "point " << point;
+        }
+    }
+    EXPECT_GT(points, 4);
+}
+
 using SaveCost = Project;
 
 TEST_F(SaveCost, IsThatOfTheStreamsThatChanged) {
