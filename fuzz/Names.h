@@ -2,9 +2,8 @@
 
 #include "fuzz/Decoder.h"
 #include "fuzz/Require.h"
+#include "recovery/FoldedName.h"
 #include "tests/support/Entries.h"
-
-#include <TALVOutl/Strings.h>
 
 #include <algorithm>
 
@@ -25,16 +24,11 @@ inline std::string AnyName(Decoder& input) {
     return input.Pick(kNames);
 }
 
-/// One spelling for all that are the same name. Models have their entries under it.
-inline std::string Fold(std::string name) {
-    std::transform(name.begin(), name.end(), name.begin(), KrStdString::FoldClassic);
-    return name;
-}
-
+/// Models have their entries under folded names.
 inline void RequireSame(const Model& found, const Model& expected, const char* what) {
     Model folded;
     for (const auto& [name, bytes] : found) {
-        folded[Fold(name)] = bytes;
+        folded[FoldedName(name)] = bytes;
     }
     Require(folded == expected, what);
 }

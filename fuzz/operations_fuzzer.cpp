@@ -55,7 +55,7 @@ private:
         auto stream = File().GetIOStream(name.c_str(), "wb");
         Require(stream != nullptr && stream->good(), "an entry is made");
         Forget(name);
-        contents_[Fold(name)] = std::make_shared<Content>();
+        contents_[FoldedName(name)] = std::make_shared<Content>();
         Track(std::move(stream), name);
     }
     void Replace() {
@@ -63,11 +63,11 @@ private:
         const std::string bytes = Pattern(input_.Size(), input_.Byte());
         Require(Put(File(), name, bytes), "an entry is written");
         Forget(name);
-        contents_[Fold(name)] = std::make_shared<Content>(Content{bytes});
+        contents_[FoldedName(name)] = std::make_shared<Content>(Content{bytes});
     }
     void OpenStream() {
         const std::string name = AnyName(input_);
-        const auto found = contents_.find(Fold(name));
+        const auto found = contents_.find(FoldedName(name));
         if (found == contents_.end() || !found->second->hasWriter) {
             auto stream = File().GetIOStream(name.c_str(), input_.OneIn(2) ? "rb" : "r+b");
             Require((stream != nullptr) == (found != contents_.end()), "what there is opens");
@@ -78,7 +78,7 @@ private:
     }
     void Track(std::unique_ptr<std::iostream> stream, const std::string& name) {
         streams_.push_back(
-            std::make_unique<TrackedStream>(std::move(stream), contents_.at(Fold(name))));
+            std::make_unique<TrackedStream>(std::move(stream), contents_.at(FoldedName(name))));
         if (streams_.size() > kMaxStreams) {
             CloseStream();
         }
@@ -124,12 +124,12 @@ private:
     }
     void Delete() {
         const std::string name = AnyName(input_);
-        Require(File().DeleteCFFile(name.c_str()) == (contents_.count(Fold(name)) != 0),
+        Require(File().DeleteCFFile(name.c_str()) == (contents_.count(FoldedName(name)) != 0),
                 "what there is can be deleted");
         Forget(name);
     }
     void Forget(const std::string& name) {
-        const auto found = contents_.find(Fold(name));
+        const auto found = contents_.find(FoldedName(name));
         if (found != contents_.end()) {
             found->second->isAlive = false;
             contents_.erase(found);

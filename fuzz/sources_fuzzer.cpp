@@ -17,7 +17,7 @@ std::set<std::string> NamesOf(const KrStreamSource& source) {
     std::set<std::string> names;
     const auto found = source.GetFileNames();
     for (const std::string& name : *found) {
-        names.insert(Fold(name));
+        names.insert(FoldedName(name));
     }
     names.erase(CompoundFile::kFreeListEntryName);
     return names;
@@ -39,19 +39,19 @@ public:
         Require(::Write(source_, name, bytes), "a stream is written");
         if (old != nullptr) {
             const std::string read{std::istreambuf_iterator<char>(*old), {}};
-            Require(read == view_.at(Fold(name)), "the old stream stays whole");
+            Require(read == view_.at(FoldedName(name)), "the old stream stays whole");
         }
-        view_[Fold(name)] = bytes;
+        view_[FoldedName(name)] = bytes;
     }
     /// `back` has the streams that come back, although they were deleted, when they are changed.
     void Change(const Model& back) {
         const std::string name = AnyName(input_);
-        const auto before = back.find(Fold(name));
+        const auto before = back.find(FoldedName(name));
         auto stream = source_.GetIOStream(name.c_str());
         if (before != back.end()) {
             view_.insert(*before);
         }
-        const auto found = view_.find(Fold(name));
+        const auto found = view_.find(FoldedName(name));
         Require((stream != nullptr) == (found != view_.end()), "a stream that is there opens");
         if (stream != nullptr) {
             const std::size_t at = std::min(input_.Size(), found->second.size());
@@ -64,7 +64,7 @@ public:
     }
     void Read() {
         const std::string name = AnyName(input_);
-        const auto found = view_.find(Fold(name));
+        const auto found = view_.find(FoldedName(name));
         const bool exists = found != view_.end();
         Require(source_.StreamExists(name.c_str()) == exists, "whether a stream exists");
         const auto bytes = ::Read(source_, name);
@@ -74,7 +74,7 @@ public:
     void Delete() {
         const std::string name = AnyName(input_);
         source_.DeleteSource(name.c_str());
-        view_.erase(Fold(name));
+        view_.erase(FoldedName(name));
     }
     void RequireView(bool hasTemporary) const {
         std::set<std::string> names;
@@ -165,7 +165,7 @@ private:
     void Extract() { Require(source_.ExtractAllFiles(), "all entries are copied out"); }
     void Measure() {
         const std::string name = AnyName(input_);
-        const auto found = play_.View().find(Fold(name));
+        const auto found = play_.View().find(FoldedName(name));
         Require(source_.GetStreamSize(name.c_str()) ==
                     (found == play_.View().end() ? 0 : found->second.size()),
                 "a stream's size");

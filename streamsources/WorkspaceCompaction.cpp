@@ -184,8 +184,7 @@ void CompoundFileStreamSource::CopyForCompaction(const std::string& copy) {
     // An override of GetIStream may have kept what it was handed, and with it the engine.
     if (SaveAs(copy.c_str()) == NoError && !compoundFile_.IsShared()) {
         fs::permissions(copy, fs::status(file, error).permissions(), error);
-        if (!error && KrSync(copy)) {
-            KrSync(file.parent_path().string());
+        if (!error && SyncWithName(copy)) {
             return;
         }
     }

@@ -57,12 +57,6 @@ Source::Error Finish(CompoundFile& file) {
     return file.GetStatus() == KrStreamE::Ok ? Source::NoError : Source::CompoundFileCorrupt;
 }
 
-/// Makes sure of a file that may be new. Its folder may be one that cannot be read.
-bool SyncWithName(const std::string& file) {
-    KrSync(fs::path(file).parent_path().string());
-    return KrSync(file);
-}
-
 } // namespace
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(CompoundFile& target,
@@ -91,12 +85,12 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyToBlockFile(bool f
     if (HaveTwins(files)) {
         return FileSystemError;
     }
+    state_->unsynced = true;
     Error error = full ? SaveAllFiles(files) : SaveChangedFiles(files);
     if (error == NoError) {
         error = Finish(compoundFile_);
     }
     state_->dirty = state_->dirty && error != NoError;
-    state_->unsynced = true;
     return error;
 }
 
