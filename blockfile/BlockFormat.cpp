@@ -4,6 +4,7 @@
 #include <TALVOutl/Strings.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string_view>
 
 namespace BlockFormat {
@@ -20,7 +21,7 @@ Header UnpackHeader(const unsigned char* block) {
 void PackHeader(const Header& header, unsigned char* block) {
     StoreLittleEndian(block + kNumberOffset, header.number);
     block[kInUseOffset] = header.inUse;
-    std::copy(header.signature.begin(), header.signature.end(), block + kSignatureOffset);
+    std::memcpy(block + kSignatureOffset, header.signature.data(), kSignatureSize);
     StoreLittleEndian(block + kNextOffset, header.next);
 }
 

@@ -13,7 +13,7 @@ CompoundFileServer::CompoundFileServer(std::shared_ptr<ServerRegistry> registry)
     : registry_(std::move(registry)) {}
 
 CompoundFileServer::~CompoundFileServer() {
-    Close();
+    Finish();
 }
 
 KrStreamE::Status CompoundFileServer::Open(const char* path, const std::string& canonicalPath,
@@ -78,6 +78,13 @@ KrStreamE::Status CompoundFileServer::OpenStore(std::unique_ptr<ByteStore> bytes
 
 KrStreamE::Status CompoundFileServer::Close() {
     const Status before = status_;
+    Finish();
+    Reset();
+    return before;
+}
+
+// What of the file is still to be written.
+void CompoundFileServer::Finish() {
     Guard([this] {
         if (readOnly_) {
             return;
@@ -94,8 +101,6 @@ KrStreamE::Status CompoundFileServer::Close() {
             WriteFreeMarks();
         }
     });
-    Reset();
-    return before;
 }
 
 void CompoundFileServer::Flush(bool force) {

@@ -150,6 +150,7 @@ private:
     Status OpenStore(std::unique_ptr<ByteStore> bytes, std::uint64_t length);
     Status OpenStream(const std::shared_ptr<std::iostream>& stream, bool callerKeepsStream,
                       bool measured);
+    void Finish();
     void Reset();
     void Load();
     void LoadDirectory();

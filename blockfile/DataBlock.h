@@ -13,6 +13,9 @@ class DataBlock {
 public:
     using BlockNumber = BlockFormat::BlockNumber;
 
+    // Not defaulted: make_unique would then clear bytes that are overwritten anyway.
+    DataBlock() {} // NOLINT(modernize-use-equals-default)
+
     /// An empty block of a live chain, the last of it so far.
     void Reset(BlockNumber number);
 

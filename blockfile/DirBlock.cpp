@@ -57,12 +57,6 @@ private:
 
 } // namespace
 
-DirBlock DirBlock::Empty(BlockNumber number) {
-    DirBlock block{};
-    block.header = {number, 1, kSignature, kNoBlock};
-    return block;
-}
-
 bool DirBlock::Unpack(const unsigned char* block, BlockNumber number) {
     header = UnpackHeader(block);
     const int version = VersionOf(header.signature);
@@ -87,9 +81,9 @@ void DirBlock::Pack(unsigned char* block) const {
     for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
         PackEntry(entries[slot], block + kDirLayout2.SlotOffset(slot));
     }
-    std::copy(kMagic.begin(), kMagic.end(), block + kDirLayout2.MagicOffset());
-    std::copy(reserved.begin(), reserved.end(), block + kDirLayout2.ReservedOffset());
-    std::copy(passwordDigest.begin(), passwordDigest.end(), block + kDigestOffset);
+    std::memcpy(block + kDirLayout2.MagicOffset(), kMagic.data(), kMagicSize);
+    std::memcpy(block + kDirLayout2.ReservedOffset(), reserved.data(), kReservedSize);
+    std::memcpy(block + kDigestOffset, passwordDigest.data(), kDigestSize);
     StoreLittleEndian(block + kFlagsOffset, flags);
 }
 

@@ -18,9 +18,6 @@ struct DirBlock {
     std::array<unsigned char, BlockFormat::kDigestSize> passwordDigest;
     std::uint16_t flags;
 
-    /// An empty block at the end of the directory chain.
-    static DirBlock Empty(BlockFormat::BlockNumber number);
-
     /// Reads a block of either version. False when the bytes are not the directory block `number`;
     /// the record is then unspecified. Texts that fill their field are cut by one byte for the
     /// closing NUL.

@@ -13,9 +13,7 @@ void Directory::Clear() {
     shadowed_ = 0;
     chunks_.clear();
     blockCount_ = 0;
-    isInUse_.clear();
-    generations_.clear();
-    isChanged_.clear();
+    marks_.clear();
     isDirBlock_.clear();
     entryCount_ = 0;
     blocksWithFreeSlot_ = {};
@@ -44,7 +42,7 @@ void Directory::AppendNew(BlockNumber number) {
         MarkBlockChanged(blockCount_ - 1);
     }
     DirBlock& block = MakeRoom();
-    block = DirBlock::Empty(number);
+    block.header = {number, 1, kSignature, kNoBlock};
     Enter(block);
     MarkBlockChanged(blockCount_ - 1);
 }
@@ -91,9 +89,9 @@ void Directory::Occupy(Slot slot, std::string_view name, const char* time, Block
     std::memcpy(entry.created, time, sizeof entry.created);
     std::memcpy(entry.modified, time, sizeof entry.modified);
     entry.firstBlock = firstBlock;
-    isInUse_[slot] = true;
+    IsInUse(slot) = true;
     ++entryCount_;
-    if (!HasFreeSlot(slot / kSlotsPerBlock)) {
+    if (!marks_[slot / kSlotsPerBlock].HasFreeSlot()) {
         blocksWithFreeSlot_.pop();
     }
     if (indexed_) {
@@ -109,18 +107,19 @@ void Directory::Free(Slot slot) {
     DirEntry& entry = Entry(slot);
     entry.firstBlock = kNoBlock;
     entry.size = 0;
-    if (!HasFreeSlot(slot / kSlotsPerBlock)) {
+    Marks& marks = marks_[slot / kSlotsPerBlock];
+    if (!marks.HasFreeSlot()) {
         blocksWithFreeSlot_.push(slot / kSlotsPerBlock);
     }
-    isInUse_[slot] = false;
+    marks.isInUse[slot % kSlotsPerBlock] = false;
+    ++marks.generations[slot % kSlotsPerBlock];
     --entryCount_;
-    ++generations_[slot];
     MarkEntryChanged(slot);
 }
 
 void Directory::MarkBlockChanged(std::size_t index) {
-    if (!isChanged_[index]) {
-        isChanged_[index] = true;
+    if (!marks_[index].isChanged) {
+        marks_[index].isChanged = true;
         changedBlocks_.push_back(index);
     }
 }
@@ -137,7 +136,7 @@ const std::vector<std::size_t>& Directory::TakeChanged() {
     const auto firstNew = std::lower_bound(order.begin(), order.end(), firstNewBlock_);
     std::rotate(order.begin(), firstNew, order.end());
     for (const std::size_t index : order) {
-        isChanged_[index] = false;
+        marks_[index].isChanged = false;
         Block(index).header.signature = kSignature;
         Block(index).header.inUse = 1;
     }
@@ -156,32 +155,26 @@ MD5::RawDigest Directory::Digest() const {
 // The place of the next block, which counts only when it has been entered.
 DirBlock& Directory::MakeRoom() {
     if (blockCount_ == FirstOfChunk(chunks_.size())) {
-        chunks_.emplace_back().reserve(kFirstChunkSize << (chunks_.size() - 1));
+        chunks_.emplace_back().reserve(std::size_t{1} << (chunks_.size() - 1));
     }
     return chunks_.back().emplace_back();
 }
 
 void Directory::Enter(const DirBlock& block) {
-    for (const DirEntry& entry : block.entries) {
-        isInUse_.push_back(entry.firstBlock != kNoBlock);
-        entryCount_ += isInUse_.back() ? 1 : 0;
+    Marks& marks = marks_.emplace_back();
+    for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
+        marks.isInUse[slot] = block.entries[slot].firstBlock != kNoBlock;
+        entryCount_ += marks.isInUse[slot] ? 1 : 0;
     }
-    generations_.resize(isInUse_.size());
-    isChanged_.push_back(false);
     const BlockNumber number = block.header.number;
     if (number >= isDirBlock_.size()) {
         isDirBlock_.resize(std::size_t{number} + 1);
     }
     isDirBlock_[number] = true;
     ++blockCount_;
-    if (HasFreeSlot(blockCount_ - 1)) {
+    if (marks.HasFreeSlot()) {
         blocksWithFreeSlot_.push(blockCount_ - 1);
     }
-}
-
-bool Directory::HasFreeSlot(std::size_t index) const {
-    const auto first = isInUse_.begin() + static_cast<std::ptrdiff_t>(index * kSlotsPerBlock);
-    return std::find(first, first + kSlotsPerBlock, false) != first + kSlotsPerBlock;
 }
 
 Directory::Slot Directory::SlotCount() const {

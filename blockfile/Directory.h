@@ -6,6 +6,7 @@
 #include <TALVOutl/LargePages.h>
 #include <TALVOutl/MD5.h>
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <queue>
@@ -60,7 +61,10 @@ public:
     void Free(Slot slot);
     /// Changes whenever a slot is freed, so that a slot taken anew is not mistaken for the old
     /// entry.
-    std::uint32_t Generation(Slot slot) const { return generations_[slot]; }
+    std::uint32_t Generation(Slot slot) const {
+        return marks_[slot / BlockFormat::kSlotsPerBlock]
+            .generations[slot % BlockFormat::kSlotsPerBlock];
+    }
 
     void MarkBlockChanged(std::size_t index);
     void MarkEntryChanged(Slot slot);
@@ -74,29 +78,36 @@ public:
     MD5::RawDigest Digest() const;
 
 private:
+    /// What is asked often of a block, apart from its records and close together.
+    struct Marks {
+        std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
+        std::array<bool, BlockFormat::kSlotsPerBlock> isInUse{};
+        bool isChanged = false;
+
+        bool HasFreeSlot() const { return !(isInUse[0] && isInUse[1] && isInUse[2]); }
+    };
+    static_assert(BlockFormat::kSlotsPerBlock == 3 && sizeof(Marks) == 16);
+
     /// Each chunk is twice the size of the one before.
-    static std::size_t FirstOfChunk(std::size_t chunk) {
-        return ((std::size_t{1} << chunk) - 1) * kFirstChunkSize;
-    }
+    static std::size_t FirstOfChunk(std::size_t chunk) { return (std::size_t{1} << chunk) - 1; }
     static std::size_t ChunkOf(std::size_t index) {
-        return static_cast<std::size_t>(63 - __builtin_clzll(index / kFirstChunkSize + 1));
+        return static_cast<std::size_t>(63 - __builtin_clzll(index + 1));
     }
     DirBlock& MakeRoom();
     void Enter(const DirBlock& block);
-    bool IsInUse(Slot slot) const { return isInUse_[slot]; }
-    bool HasFreeSlot(std::size_t index) const;
+    bool& IsInUse(Slot slot) {
+        return marks_[slot / BlockFormat::kSlotsPerBlock]
+            .isInUse[slot % BlockFormat::kSlotsPerBlock];
+    }
+    bool IsInUse(Slot slot) const { return const_cast<Directory*>(this)->IsInUse(slot); }
     Slot SlotCount() const;
     void BuildIndex() const;
     void RemoveFromIndex(Slot slot);
 
     /// Neighbours in the chain lie side by side in memory, and stay where they are.
-    static constexpr std::size_t kFirstChunkSize = 16;
     std::vector<std::vector<DirBlock, LargePageAllocator<DirBlock>>> chunks_;
     std::size_t blockCount_ = 0;
-    // What is asked often lies apart from the records, close together; by slot and by block.
-    std::vector<bool> isInUse_;
-    std::vector<std::uint32_t> generations_;
-    std::vector<bool> isChanged_;
+    std::vector<Marks> marks_;
     /// By number in the file.
     std::vector<bool> isDirBlock_;
     std::size_t entryCount_ = 0;
