@@ -22,7 +22,7 @@ function(krstream_add_library name)
     PROPERTIES CXX_EXTENSIONS OFF
                CXX_VISIBILITY_PRESET hidden
                VISIBILITY_INLINES_HIDDEN ON
-               VERIFY_INTERFACE_HEADER_SETS ON
+               VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL}
                VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR})
   # A symbol that no linked library has is an error when the library is built, not when it is loaded.
