@@ -95,7 +95,7 @@ void Directory::Occupy(Slot slot, std::string_view name, const char* time, Block
         blocksWithFreeSlot_.pop();
     }
     if (indexed_) {
-        index_.Insert(entry.name, slot);
+        index_.Insert(slot);
     }
     MarkEntryChanged(slot);
 }
@@ -184,7 +184,7 @@ Directory::Slot Directory::SlotCount() const {
 void Directory::BuildIndex() const {
     index_.Reserve(entryCount_);
     for (auto slot = NextInUse(0); slot; slot = NextInUse(*slot + 1)) {
-        shadowed_ += index_.Insert(Entry(*slot).name, *slot) ? 0 : 1;
+        shadowed_ += index_.Insert(*slot) ? 0 : 1;
     }
     indexed_ = true;
 }
@@ -195,7 +195,7 @@ void Directory::RemoveFromIndex(Slot slot) {
     for (auto next = shadowed_ > 0 ? NextInUse(slot + 1) : std::nullopt; next;
          next = NextInUse(*next + 1)) {
         if (KrStdString::EqualClassic(Entry(*next).name, name)) {
-            index_.Insert(Entry(*next).name, *next);
+            index_.Insert(*next);
             --shadowed_;
             return;
         }

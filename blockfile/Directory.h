@@ -17,7 +17,7 @@
 /// The chain of directory blocks in memory: finds entries by name, hands out free slots, and knows
 /// which blocks have changed since they were last written. Entries are numbered by slot: directory
 /// block times three, plus the slot within the block. Blocks stay where they are until Clear.
-class Directory {
+class Directory : private NameIndex::Names {
 public:
     using BlockNumber = BlockFormat::BlockNumber;
     using Slot = std::uint32_t;
@@ -93,6 +93,7 @@ private:
     static std::size_t ChunkOf(std::size_t index) {
         return static_cast<std::size_t>(63 - __builtin_clzll(index + 1));
     }
+    const char* NameOf(Slot slot) const override { return Entry(slot).name; }
     DirBlock& MakeRoom();
     void Enter(const DirBlock& block);
     bool& IsInUse(Slot slot) {
@@ -120,7 +121,7 @@ private:
 
     /// First slot of each name. Built at the first search, so that listing a file does not pay for
     /// it; the names are those in the records.
-    mutable NameIndex index_;
+    mutable NameIndex index_{*this};
     mutable bool indexed_ = false;
     /// Slots in use that the index does not hold because an earlier one has their name. Sound files
     /// have none.

@@ -29,14 +29,15 @@ void NameIndex::Reserve(std::size_t count) {
     }
 }
 
-bool NameIndex::Insert(const char* name, std::uint32_t number) {
+bool NameIndex::Insert(std::uint32_t number) {
     Reserve(count_ + 1);
+    const std::string_view name = names_.NameOf(number);
     const std::uint32_t hash = HashOf(name);
     Bucket& bucket = buckets_[BucketFor(name, hash)];
-    if (bucket.name != nullptr) {
+    if (!bucket.IsFree()) {
         return false;
     }
-    bucket = {name, hash, number};
+    bucket = {hash, number};
     ++count_;
     return true;
 }
@@ -46,7 +47,7 @@ std::optional<std::uint32_t> NameIndex::Find(std::string_view name) const {
         return std::nullopt;
     }
     const Bucket& bucket = buckets_[BucketFor(name, HashOf(name))];
-    return bucket.name == nullptr ? std::nullopt : std::optional<std::uint32_t>(bucket.number);
+    return bucket.IsFree() ? std::nullopt : std::optional<std::uint32_t>(bucket.number);
 }
 
 void NameIndex::Erase(std::string_view name) {
@@ -54,7 +55,7 @@ void NameIndex::Erase(std::string_view name) {
     buckets_[hole] = {};
     --count_;
     // What stands behind moves up, unless that would bring it before its own place.
-    for (std::size_t at = NextTo(hole); buckets_[at].name != nullptr; at = NextTo(at)) {
+    for (std::size_t at = NextTo(hole); !buckets_[at].IsFree(); at = NextTo(at)) {
         const std::size_t mask = buckets_.size() - 1;
         const std::size_t fromHome = (at - buckets_[at].hash) & mask;
         if (fromHome >= ((at - hole) & mask)) {
@@ -78,8 +79,9 @@ std::uint32_t NameIndex::HashOf(std::string_view name) const {
 // The bucket that has the name, or the free one where it would go.
 std::size_t NameIndex::BucketFor(std::string_view name, std::uint32_t hash) const {
     std::size_t at = hash & (buckets_.size() - 1);
-    while (buckets_[at].name != nullptr &&
-           (buckets_[at].hash != hash || !KrStdString::EqualClassic(buckets_[at].name, name))) {
+    while (!buckets_[at].IsFree() &&
+           (buckets_[at].hash != hash ||
+            !KrStdString::EqualClassic(names_.NameOf(buckets_[at].number), name))) {
         at = NextTo(at);
     }
     return at;
@@ -90,9 +92,9 @@ void NameIndex::Rehash(std::size_t size) {
     decltype(buckets_) old(size);
     old.swap(buckets_);
     for (const Bucket& bucket : old) {
-        if (bucket.name != nullptr) {
+        if (!bucket.IsFree()) {
             std::size_t at = bucket.hash & (size - 1);
-            while (buckets_[at].name != nullptr) {
+            while (!buckets_[at].IsFree()) {
                 at = NextTo(at);
             }
             buckets_[at] = bucket;

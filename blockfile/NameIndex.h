@@ -8,29 +8,41 @@
 #include <string_view>
 #include <vector>
 
-/// Finds numbers by names, without regard to the case of ASCII letters. A table with open
-/// addressing: one place in memory for each look-up, and nothing allocated for each name.
+/// Finds numbers by the names that they stand for, without regard to the case of ASCII letters. A
+/// table with open addressing: one place in memory for each look-up, and nothing allocated for each
+/// name. The names are elsewhere, and are looked at only to tell equal ones.
 class NameIndex {
 public:
-    NameIndex() = default;
+    class Names {
+    public:
+        virtual const char* NameOf(std::uint32_t number) const = 0;
+
+    protected:
+        ~Names() = default;
+    };
+
+    explicit NameIndex(const Names& names) : names_(names) {}
     NameIndex(const NameIndex&) = delete;
     NameIndex& operator=(const NameIndex&) = delete;
 
     void Clear();
     void Reserve(std::size_t count);
 
-    /// Enters a name that is not there yet; false when it is. The text has to stay where it is.
-    bool Insert(const char* name, std::uint32_t number);
+    /// Enters a number, less than 0xFFFFFFFF, under its name; false when the name is there.
+    bool Insert(std::uint32_t number);
     std::optional<std::uint32_t> Find(std::string_view name) const;
     /// Takes a name out that is there.
     void Erase(std::string_view name);
 
 private:
+    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+
+    /// Small, for in a large table each of them is a miss of the processor's caches.
     struct Bucket {
-        /// Null in a free bucket.
-        const char* name = nullptr;
         std::uint32_t hash = 0;
-        std::uint32_t number = 0;
+        std::uint32_t number = kNone;
+
+        bool IsFree() const { return number == kNone; }
     };
 
     std::uint32_t HashOf(std::string_view name) const;
@@ -38,6 +50,7 @@ private:
     std::size_t BucketFor(std::string_view name, std::uint32_t hash) const;
     void Rehash(std::size_t size);
 
+    const Names& names_;
     /// As many as a power of two, at most three quarters of them taken.
     std::vector<Bucket, LargePageAllocator<Bucket>> buckets_;
     std::size_t count_ = 0;
