@@ -12,6 +12,7 @@ class CompoundFileServer;
 
 /// Result and mode values of compound files.
 struct KrStreamE {
+    /// What became of an operation, or how an open file stands.
     enum Status : std::int32_t {
         /// Open and healthy.
         Ok = 0,
@@ -34,10 +35,15 @@ struct KrStreamE {
 /// The directory's record of one entry. Texts end in a NUL; times are local time in the C library's
 /// asctime form, "Sat Nov 21 08:05:04 2026\n". Sizes are those of the fields on disk.
 struct DirEntry {
+    /// The longest name, in bytes.
     static constexpr std::size_t kMaxNameLength = 256;
 
+    /// The name as it was given when the entry was made.
     char name[kMaxNameLength + 1];
+    /// When the entry was made; making it anew sets it again.
     char created[26];
+    /// When a block of the entry was last written while its stream lived, by a flush, say. What is
+    /// still to be written when the stream is destroyed leaves it as it was.
     char modified[26];
     /// Number of the entry's first data block; 0 in a slot that is free.
     std::uint32_t firstBlock;
@@ -158,7 +164,8 @@ public:
 
     /// Writes changed directory blocks and the marks of freed blocks, if any, and hands everything
     /// written so far to the operating system. Data still in the buffers of open entry streams is
-    /// not included.
+    /// not included. Whether it went well tells GetStatus. Nothing happens for an empty handle, a
+    /// read-only engine and one that is not Ok. The cost is that of the blocks that changed.
     void Flush();
 
     /// Writes what Flush writes and returns the bytes of the whole file; empty when the
@@ -166,7 +173,9 @@ public:
     /// only, and so is not up to date.
     std::string FlushToString();
 
-    /// Whether an entry of this name exists, without regard to case under the global locale.
+    /// Whether an entry of this name exists, without regard to case under the global locale; false
+    /// for null and an empty handle. One look-up; where that locale folds more than A to Z, a walk
+    /// over the directory.
     bool Exists(const char* name) const;
 
     /// Deletes an entry and frees its blocks. False when it is missing, the engine is read only or
@@ -179,16 +188,20 @@ public:
     /// The file's canonical path; empty for a caller's stream and for an empty handle.
     std::string GetCompoundFileName() const;
 
-    /// The first entry in directory order, and the next after the one at `*index`, a cursor that
-    /// the engine sets; null at the end. The record stays valid, and follows changes, while the
-    /// file is open and the entry is not deleted.
+    /// The first entry in directory order; null when there is none. `*index` is a cursor, which
+    /// this sets and GetNextDirEntry moves; it may not be null. The record belongs to the engine.
+    /// It stays valid, and follows changes, while the file is open and the entry is not deleted.
     const DirEntry* GetFirstDirEntry(unsigned long* index) const;
+    /// The next entry after the one at the cursor; null at the end. Entries made or deleted in the
+    /// middle of a walk do not disturb it; a new one may be met or not.
     const DirEntry* GetNextDirEntry(unsigned long* index) const;
-    /// The same walk for names alone.
+    /// GetFirstDirEntry for the name alone, which is valid as long as that record.
     const char* GetFirstDirName(unsigned long* index) const;
+    /// GetNextDirEntry for the name alone.
     const char* GetNextDirName(unsigned long* index) const;
 
-    /// Number of entries, the record of free blocks included. Constant time.
+    /// Number of entries, the record of free blocks included. Constant time. This and the other
+    /// numbers below are 0 for an empty handle.
     int GetNumDirEntrys() const;
     /// Number of blocks in use; 0 for a read-only engine, which does not look. Time of a pass over
     /// a byte a block.
@@ -199,7 +212,8 @@ public:
     /// that was empty.
     int GetFormatVersion() const;
 
-    /// The engine, without a reference; null for an empty handle.
+    /// The engine, without a reference; null for an empty handle. Its class is private to the
+    /// library: the pointer says whether two handles share an engine, and no more.
     CompoundFileServer* GetCompoundFileServer() const;
 
     /// A binary stream on an entry; the caller owns it. The stream holds the engine open on its

@@ -87,6 +87,7 @@ public:
         FileSystemError = 7
     };
 
+    /// What Open does about the workspace.
     enum OpenMode : std::int32_t {
         /// Makes the workspace folder when it is missing.
         NewWorkspace = 0,
@@ -102,7 +103,9 @@ public:
     /// A closed source for the compound file and the workspace folder at two paths, which are
     /// copied. Touches nothing on disk.
     CompoundFileStreamSource(const char* compoundFileName, const char* directoryName);
+    /// Shares what the other has open; see Copies above.
     CompoundFileStreamSource(const CompoundFileStreamSource&);
+    /// Shares what the other has open; what this one has is neither saved nor closed.
     CompoundFileStreamSource& operator=(const CompoundFileStreamSource&);
     /// Neither saves nor removes the workspace; lets go of the compound file.
     ~CompoundFileStreamSource() override;
@@ -202,22 +205,26 @@ public:
     bool DeleteDirectory();
 
     /// Sets whether the workspace differs from the compound file. With a name, the next save writes
-    /// that stream's file, whoever changed it, unless it is a temporary one.
+    /// that stream's file, whoever changed it, unless it is a temporary one; `name` may be null.
     void SetIsDirty(bool dirty, const char* name);
+    /// Whether the workspace differs from the compound file, as far as the source was told.
     bool IsDirty() const;
     /// Whether saving is refused; nothing else is.
     void SetIsReadOnly(bool readOnly);
+    /// What Open or SetIsReadOnly said last; false before.
     bool IsReadOnly() const override;
     /// The mode of the last successful Open; NotOpened before.
     OpenMode GetOpenMode() const;
 
-    /// Take effect with the next Open. The name is copied.
+    /// The workspace folder from the next Open on. The name is copied; null counts as empty.
     void SetDirectoryName(const char* directoryName);
+    /// The compound file from the next Open on. The name is copied; null counts as empty.
     void SetCompoundFileName(const char* compoundFileName);
     /// The workspace folder; valid until the name changes.
     const char* GetDirectoryName() const;
     /// The compound file's path as the source knows it.
     std::string GetCompoundFileName() const override;
+    /// GetCompoundFileName.
     std::string GetStreamFileName() const override;
     /// GetCompoundFileName.
     virtual std::string GetOriginalPath() const;

@@ -15,11 +15,13 @@ public:
     /// Every name under which the factory answers, with the name of the type that is meant.
     using NameTable = std::map<std::string, std::string>;
 
+    /// A factory that answers under these names.
     explicit ProductFactoryBase(NameTable names);
     virtual ~ProductFactoryBase();
     ProductFactoryBase(const ProductFactoryBase&) = delete;
     ProductFactoryBase& operator=(const ProductFactoryBase&) = delete;
 
+    /// The names, which stay as they are for the factory's life.
     const NameTable& GetNameTable() const;
 
 private:
@@ -43,6 +45,7 @@ public:
     static std::string GetRealName(const std::string& name);
 
 protected:
+    /// Factories by the name of the type that each of them makes.
     using FactoryMap = std::map<std::string, std::shared_ptr<ProductFactoryBase>>;
 
     /// The map, empty at first; it shares ownership of its factories until the process ends. Keys

@@ -18,9 +18,13 @@ class TALVOKRSTREAM_EXPORT KStreamableData {
 public:
     /// A head for writing `version`; the text is copied. The version read is 0 until then.
     KStreamableData(short version, const char* magic);
+    /// Copies magic, version and version read.
     KStreamableData(const KStreamableData&);
+    /// As copying; what the other's magic is from then on is not said.
     KStreamableData(KStreamableData&&) noexcept;
+    /// Copies magic, version and version read.
     KStreamableData& operator=(const KStreamableData&);
+    /// As copying; what the other's magic is from then on is not said.
     KStreamableData& operator=(KStreamableData&&) noexcept;
     ~KStreamableData();
 
@@ -34,6 +38,7 @@ public:
     /// than the stream delivers.
     bool Check(std::istream& is);
 
+    /// The magic, until the object is changed or gone.
     const char* GetMagicString() const;
     /// The version that the last successful Check has read.
     short GetKStreamVersionNumber() const;
@@ -79,6 +84,7 @@ public:
     short GetKStreamVersionNumber() const;
 
 protected:
+    /// A KStreamableData of the base's own.
     class DerivedStreamableData : public KStreamableData {
     public:
         using KStreamableData::KStreamableData;
@@ -86,8 +92,10 @@ protected:
     /// The head that all objects share.
     static DerivedStreamableData MyStreamableData;
 
-    /// For derived classes to hide; here they do nothing, and are true.
+    /// Writes what is the class's own: for derived classes to hide; here it does nothing, and is
+    /// true.
     bool KStreamableWrite(std::ostream& os) const;
+    /// Reads what is the class's own, likewise.
     bool KStreamableRead(std::istream& is);
 
 private:
@@ -121,8 +129,11 @@ class TALVOKRSTREAM_EXPORT KrStreamError : public Exception {
 public:
     /// An error without a text.
     KrStreamError();
+    /// Finishes `message` under the global locale of this moment.
     explicit KrStreamError(const ExceptionMessage& message);
+    /// Copies the text.
     KrStreamError(const KrStreamError&);
+    /// Copies the text.
     KrStreamError& operator=(const KrStreamError&);
     ~KrStreamError() override;
 

@@ -33,12 +33,15 @@ struct seekable_device_tag;
 class TALVOKRSTREAM_EXPORT KrStreamSource {
 public:
     KrStreamSource();
+    /// There is nothing to copy; what copies of a source share, its class says.
     KrStreamSource(const KrStreamSource&);
+    /// There is nothing to copy.
     KrStreamSource& operator=(const KrStreamSource&);
     virtual ~KrStreamSource();
 
     /// Deletes a stream. Nothing happens when there is none, or the source is read only.
     virtual void DeleteSource(const char* name) = 0;
+    /// Whether there is a stream of this name.
     virtual bool StreamExists(const char* name) const = 0;
     /// A stream for reading, from the beginning; null when there is none of this name.
     virtual std::unique_ptr<std::istream> GetIStream(const char* name) = 0;
@@ -63,6 +66,7 @@ public:
     virtual std::string GetStreamFileName() const = 0;
     /// The path of the compound file on disk; empty when there is none.
     virtual std::string GetFilePath() const = 0;
+    /// Whether the source refuses to change its compound file.
     virtual bool IsReadOnly() const = 0;
     /// The name of the compound file.
     virtual std::string GetCompoundFileName() const = 0;
@@ -77,13 +81,18 @@ public:
 /// Assigning over an open source does not close its file: close it first.
 class TALVOKRSTREAM_EXPORT CompundFileBase : public KrStreamSource {
 public:
+    /// Without a file.
     CompundFileBase();
+    /// Shares the other's reference, as said above.
     CompundFileBase(const CompundFileBase&);
+    /// Shares the other's reference; the file held so far is not closed.
     CompundFileBase& operator=(const CompundFileBase&);
+    /// Closes the handle.
     ~CompundFileBase() override;
 
     /// The open file's canonical path; empty for a closed source and for a caller's stream.
     std::string GetFilePath() const override;
+    /// GetFilePath.
     std::string GetCompoundFileName() const override;
 
 protected:
@@ -99,7 +108,9 @@ class TALVOKRSTREAM_EXPORT PureCompoundFileStreamSource : public CompundFileBase
 public:
     /// A source without a file.
     PureCompoundFileStreamSource();
+    /// Shares the other's file; see CompundFileBase.
     PureCompoundFileStreamSource(const PureCompoundFileStreamSource&);
+    /// Shares the other's file; the file held so far is not closed.
     PureCompoundFileStreamSource& operator=(const PureCompoundFileStreamSource&);
     /// Closes the source.
     ~PureCompoundFileStreamSource() override;
@@ -121,8 +132,11 @@ public:
     /// file once, into memory.
     std::string FlushToString();
 
+    /// Deletes the entry as CompoundFile::DeleteCFFile does; whether that went well is not told.
     void DeleteSource(const char* name) override;
+    /// CompoundFile::Exists.
     bool StreamExists(const char* name) const override;
+    /// A stream on the entry; it needs the password of an encrypted file.
     std::unique_ptr<std::istream> GetIStream(const char* name) override;
     /// Null also for a read-only source, like all the writable forms.
     std::unique_ptr<std::iostream> GetIOStream(const char* name) override;
@@ -133,10 +147,13 @@ public:
     std::unique_ptr<KrStreamSource> GetStreamSource(const char* name) const override;
     /// Temporary streams are entries like any other here: delete them when they are done with.
     std::unique_ptr<std::iostream> GetTempIOStream(const char* name) override;
+    /// As GetOStream; see GetTempIOStream.
     std::unique_ptr<std::ostream> GetTempOStream(const char* name) override;
+    /// The entry is made, or made anew, at once. Null for a read-only source.
     std::unique_ptr<std::ostream> GetOStream(const char* name) override;
     /// All entries, the record of free blocks included; empty for a closed source.
     std::shared_ptr<const std::set<std::string>> GetFileNames() const override;
+    /// The file's canonical path, as GetFilePath.
     std::string GetStreamFileName() const override;
     /// What the last Open said; false before.
     bool IsReadOnly() const override;
@@ -162,9 +179,12 @@ private:
 template <typename Container>
 class KrContainerDevice {
 public:
+    /// What a device of Boost.Iostreams has to name.
     using char_type = char;
+    /// Read, write and seek, with one position for both.
     using category = boost::iostreams::seekable_device_tag;
 
+    /// A device over `container`, at its beginning.
     explicit KrContainerDevice(Container& container);
 
     /// Copies up to `n` bytes from the position, and moves on; -1, for the end, when there are none
@@ -216,6 +236,7 @@ public:
 
     /// The name.
     std::string GetStreamFileName() const override;
+    /// The name.
     std::string GetCompoundFileName() const override;
     /// Empty: there is no file on disk.
     std::string GetFilePath() const override;

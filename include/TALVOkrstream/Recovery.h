@@ -15,7 +15,9 @@
 /// them can stop the others from being seen. A file looked over is never written to.
 namespace Recovery {
 
+/// What became of an operation on a damaged file.
 enum class Status {
+    /// Done.
     Ok,
     /// Missing, no regular file, or not to be opened; nothing is created.
     NotOpen,
@@ -45,10 +47,12 @@ enum class Role : std::uint8_t {
     Foreign
 };
 
+/// A block as the whole file shows it.
 struct Block {
     /// Index of an entry for the roles Entry and FreeList, number of an orphan chain for Orphan,
     /// else 0.
     std::uint32_t owner;
+    /// What the block is.
     Role role;
 };
 
@@ -58,16 +62,18 @@ struct Entry {
     std::string name;
     /// Local times as recorded, without the closing newline; any bytes in a damaged file.
     std::string created;
+    /// As `created`.
     std::string modified;
     /// Length in bytes that the directory records. That of the record of free blocks is one less
     /// than its content.
     std::uint64_t size;
+    /// Number of the entry's first data block, as recorded.
     std::uint32_t firstBlock;
     /// The directory block that holds the entry's slot.
     std::uint32_t directoryBlock;
-    /// How many blocks and bytes of the entry can be reached: all of them when `bytes` is not below
-    /// `size`.
+    /// How many blocks of the entry can be reached.
     std::uint64_t blocks;
+    /// How many bytes of the entry can be reached: all of them when that is not below `size`.
     std::uint64_t bytes;
     /// Whether this is the library's record of free blocks.
     bool isFreeList;
@@ -75,44 +81,78 @@ struct Entry {
 
 /// The rules of the format, by what breaks them. NameOf gives each a text that stays the same.
 enum class Kind {
+    /// The length is a multiple of 1024.
     FileLength,
+    /// The disk gives the block.
     BlockUnreadable,
+    /// A block carries its position.
     BlockNumber,
+    /// A block carries the signature of a known version.
     BlockSignature,
+    /// No padding stays behind.
     BlockPadding,
+    /// The mark of use is 0 or 1.
     InUseValue,
+    /// A block has at most 1003 used bytes.
     UsedBytes,
+    /// A block of the directory or of an entry is marked in use.
     MarkedFree,
+    /// A block marked in use is part of something.
     OrphanBlock,
+    /// What the directory's chain leads to has the magic.
     DirectoryMagic,
+    /// The directory's chain ends within the file.
     DirectoryBeyondEnd,
+    /// The directory's chain ends.
     DirectoryCycle,
+    /// The directory's chain leads to every directory block.
     DirectoryUnlinked,
+    /// Flags stand in block 1 alone.
     DirectoryFlags,
+    /// The digest stands in block 1 alone and fits the flags.
     PasswordDigest,
+    /// An entry has a name.
     NameEmpty,
+    /// A name ends within its field.
     NameUnterminated,
+    /// No two names are equal.
     NameDuplicate,
+    /// Times have the form of a time.
     TimeText,
+    /// A slot without a first block has no length.
     FreeSlotSize,
+    /// An entry's chain ends within the file.
     ChainBeyondEnd,
+    /// An entry's chain ends.
     ChainCycle,
+    /// No block belongs to two entries.
     ChainCrossed,
+    /// An entry's chain leads to no directory block.
     ChainInDirectory,
+    /// An entry's chain leads through blocks of this format.
     ChainUnreadable,
+    /// Every block of a chain but the last is full.
     BlockNotFull,
+    /// The last block of a chain is not full.
     LastBlockFull,
+    /// A chain holds the bytes that the directory records.
     SizeOverChain,
+    /// A chain holds no more than the directory records.
     ChainOverSize,
+    /// There is a record of free blocks.
     FreeListMissing,
+    /// The record of free blocks is current.
     FreeListStale,
+    /// The record is right about every block.
     FreeListFlags,
+    /// The record has its length.
     FreeListSize,
 };
 
 /// A kind as a short text of lower-case words joined by hyphens, "block-number". Any thread.
 TALVOKRSTREAM_EXPORT const char* NameOf(Kind kind);
 
+/// How bad a finding is.
 enum class Severity {
     /// Costs space or time at most. A program that ended without closing the file leaves this.
     Notice,
@@ -120,12 +160,15 @@ enum class Severity {
     Damage
 };
 
+/// A place where a file breaks a rule.
 struct Finding {
+    /// The rule.
     Kind kind;
+    /// What that costs.
     Severity severity;
-    /// The block that breaks the rule, and how many there are from it on that break it alike. 0
-    /// when the finding is about no block.
+    /// The block that breaks the rule; 0 when the finding is about no block.
     std::uint32_t block;
+    /// How many blocks from that one on break the rule alike; 0 when the finding is about none.
     std::uint32_t blockCount;
     /// Name of the entry concerned; may be empty.
     std::string entry;
@@ -135,17 +178,27 @@ struct Finding {
 
 /// What became of an entry, or of an orphan chain, in a repair.
 struct Saved {
-    enum class Extent { Whole, Part, Lost };
+    /// How much of it is in the repaired file.
+    enum class Extent {
+        /// All of it.
+        Whole,
+        /// Its beginning.
+        Part,
+        /// Nothing.
+        Lost
+    };
 
+    /// How much of it is in the repaired file.
     Extent extent;
+    /// Whether this is an orphan chain.
     bool isOrphan;
     /// Name in the damaged file; empty for an orphan chain.
     std::string name;
     /// Name in the repaired file; empty when nothing was saved.
     std::string savedAs;
-    /// Bytes saved, and bytes that the directory records; for an orphan chain both are the bytes
-    /// found.
+    /// Bytes saved.
     std::uint64_t bytes;
+    /// Bytes that the directory records; for an orphan chain the bytes found.
     std::uint64_t recordedBytes;
 };
 

@@ -73,7 +73,10 @@ public:
     /// Throws an Exception, "The file was written with a newer version of the software and can not
     /// be read by this version.", for a format version above 2.
     explicit InputStreamDirectory(std::istream& is);
+    /// Refers to the same stream, open if the other is.
     InputStreamDirectory(const InputStreamDirectory&);
+    /// Refers to the same stream, open if the other is; the stream held so far is let go of where
+    /// it stands.
     InputStreamDirectory& operator=(const InputStreamDirectory&);
     /// Close.
     ~InputStreamDirectory();

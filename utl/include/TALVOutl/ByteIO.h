@@ -7,6 +7,7 @@
 #include <iosfwd>
 #include <string>
 
+/// \file
 /// Integers and byte runs on binary streams, little-endian whatever the machine's byte order.
 ///
 /// Every reader and writer takes a buffer, the number of items in it, and a stream. It answers true
@@ -16,16 +17,24 @@
 /// the stream's own exceptions. The cost is that of the bytes moved; no memory is allocated.
 /// Functions may run on any thread, one at a time for one stream.
 
+/// Reads `count` bytes.
 TALVOUTL_EXPORT bool ReadBytes(void* buffer, std::size_t count, std::istream& stream);
+/// Reads `count` integers of two bytes each.
 TALVOUTL_EXPORT bool ReadTwoBytes(std::uint16_t* buffer, std::size_t count, std::istream& stream);
+/// Reads `count` integers of four bytes each.
 TALVOUTL_EXPORT bool ReadFourBytes(std::uint32_t* buffer, std::size_t count, std::istream& stream);
+/// Reads `count` integers of eight bytes each.
 TALVOUTL_EXPORT bool ReadEightBytes(std::uint64_t* buffer, std::size_t count, std::istream& stream);
 
+/// Writes `count` bytes.
 TALVOUTL_EXPORT bool WriteBytes(const void* buffer, std::size_t count, std::ostream& stream);
+/// Writes `count` integers of two bytes each.
 TALVOUTL_EXPORT bool WriteTwoBytes(const std::uint16_t* buffer, std::size_t count,
                                    std::ostream& stream);
+/// Writes `count` integers of four bytes each.
 TALVOUTL_EXPORT bool WriteFourBytes(const std::uint32_t* buffer, std::size_t count,
                                     std::ostream& stream);
+/// Writes `count` integers of eight bytes each.
 TALVOUTL_EXPORT bool WriteEightBytes(const std::uint64_t* buffer, std::size_t count,
                                      std::ostream& stream);
 

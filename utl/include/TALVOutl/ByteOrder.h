@@ -4,9 +4,11 @@
 #include <type_traits>
 #include <utility>
 
+/// \file
 /// Unsigned integers as little-endian bytes in memory, whatever the byte order of the machine.
 /// Compilers turn each function into a single move on little-endian machines. Any thread.
 
+/// \cond
 /// The bytes are named one by one, not in a loop: of a loop, compilers make no single move.
 namespace ByteOrderDetail {
 
@@ -21,6 +23,7 @@ void Split(unsigned char* bytes, Integer value, std::index_sequence<Index...>) {
 }
 
 } // namespace ByteOrderDetail
+/// \endcond
 
 /// The integer whose little-endian bytes begin at `bytes`; sizeof(Integer) bytes are read.
 template <typename Integer>

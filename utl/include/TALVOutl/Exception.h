@@ -38,10 +38,13 @@ public:
     Exception();
     /// Finishes `message` under the global locale of this moment.
     explicit Exception(const ExceptionMessage& message);
+    /// Copies the text.
     Exception(const Exception&);
+    /// Copies the text.
     Exception& operator=(const Exception&);
     ~Exception() override;
 
+    /// The finished message, as long as the object is there.
     const char* what() const noexcept override;
 
 private:

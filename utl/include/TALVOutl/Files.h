@@ -7,8 +7,12 @@
 #include <string>
 #include <utility>
 
+/// \file
+/// Questions about files and folders that the operating system answers.
+
 /// What stands at a path where a folder of the user's own is wanted; a link is not followed.
 enum class KrFolderKind {
+    /// Nothing.
     Missing,
     /// A folder that belongs to the user of this process.
     Own,

@@ -16,14 +16,17 @@ class TALVOUTL_EXPORT MD5 {
 public:
     /// Bytes in a raw digest (RFC 1321).
     static constexpr std::size_t kDigestSize = 16;
+    /// A digest as bytes.
     using RawDigest = std::array<unsigned char, kDigestSize>;
 
     /// A digest of no bytes so far.
     MD5();
-    /// The finished digest of a C string's bytes, its terminating NUL left out.
+    /// The finished digest of a C string's bytes, its terminating NUL left out; not for null.
     explicit MD5(const char* text);
     ~MD5();
+    /// The other may only be assigned to or destroyed from then on.
     MD5(MD5&&) noexcept;
+    /// As moving on construction.
     MD5& operator=(MD5&&) noexcept;
     MD5(const MD5&) = delete;
     MD5& operator=(const MD5&) = delete;

@@ -4,6 +4,9 @@
 
 #include <string>
 
+/// \file
+/// Paths.
+
 /// The canonical form of a path: absolute, with links and dots resolved as far as the path exists,
 /// and the rest appended lexically. Empty when `path` is null or empty or the form cannot be
 /// computed (a link that leads in a circle, a folder that may not be searched). Names are bytes.

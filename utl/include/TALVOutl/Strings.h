@@ -6,6 +6,9 @@
 #include <locale>
 #include <string_view>
 
+/// \file
+/// Helpers for texts and names.
+
 /// Helpers for C strings. Any thread.
 namespace KrString {
 
@@ -33,8 +36,10 @@ TALVOUTL_EXPORT int CompareNoCase(std::string_view a, std::string_view b,
 /// An ordering for sets and maps of names: CompareNoCase under a locale, by default the global one
 /// of the moment when the ordering is made.
 struct TALVOUTL_EXPORT LessNoCase {
+    /// Whose folding of single bytes counts.
     std::locale locale;
 
+    /// Whether `a` sorts before `b`.
     bool operator()(std::string_view a, std::string_view b) const;
 };
 

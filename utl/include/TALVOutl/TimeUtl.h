@@ -6,6 +6,9 @@
 #include <ctime>
 #include <string>
 
+/// \file
+/// Local times as texts.
+
 /// Bytes in a time text: 24 characters in the C library's asctime form, a newline, a NUL.
 constexpr std::size_t kTimeTextSize = 26;
 
@@ -17,6 +20,7 @@ TALVOUTL_EXPORT bool krlocaltime_r(std::time_t time, std::tm& local);
 /// language. False, with `text` all NUL, for a year that four characters cannot show. Any thread.
 TALVOUTL_EXPORT bool krasctime_r(const std::tm& local, char (&text)[kTimeTextSize]);
 
+/// Helpers for times.
 namespace KrTimeUtl {
 
 /// `time` as local time in a strftime format; empty when the time cannot be represented or the
