@@ -1,0 +1,63 @@
+#include <TALVOkrstream/CompoundFile.h>
+
+#include <iostream>
+#include <stdexcept>
+#include <string>
+
+// A stream is null when it cannot be had.
+std::unique_ptr<std::iostream> OpenStream(CompoundFile& file, const char* name, const char* mode) {
+    auto stream = file.GetIOStream(name, mode);
+    if (stream == nullptr) {
+        throw std::runtime_error(std::string(name) + " cannot be opened");
+    }
+    return stream;
+}
+
+// Whether all that was written is with the operating system. The streams have to be gone by then.
+bool IsSaved(CompoundFile& file) {
+    file.Flush();
+    return file.GetStatus() == KrStreamE::Ok;
+}
+
+// A stream is complete when it has been destroyed, here at the end of each function.
+void Make(CompoundFile& file) {
+    const auto log = OpenStream(file, "log", "wb"); // made, or made anew
+    *log << "first\nsecond\n";
+}
+
+void Change(CompoundFile& file) {
+    const auto log = OpenStream(file, "log", "r+b"); // as it is, at its beginning
+    *log << "FIRST";                                 // in place: nothing else is written again
+    log->seekp(0, std::ios_base::end);
+    *log << "third\n"; // longer than it was
+}
+
+void Print(CompoundFile& file) {
+    const auto log = OpenStream(file, "log", "rb");
+    log->seekg(0, std::ios_base::end); // reads no block
+    std::cout << log->tellg() << " bytes:\n";
+    log->seekg(0);
+    for (std::string line; std::getline(*log, line);) {
+        std::cout << line << '\n';
+    }
+    if (log->bad()) { // an error; at the end it is not bad
+        throw std::runtime_error("log cannot be read");
+    }
+}
+
+int main() {
+    try {
+        CompoundFile file;
+        file.Open("streams.kr", KrStreamE::ReadWrite); // without success, no stream can be had
+        Make(file);
+        Change(file);
+        if (!IsSaved(file)) {
+            throw std::runtime_error("streams.kr cannot be written");
+        }
+        Print(file);
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << error.what() << '\n';
+        return 1;
+    }
+}
