@@ -121,7 +121,7 @@ bool IsOwnCommand(const std::string& line) {
     return found[1].matched
                ? fs::exists(Root() / found[1].str())
                : ReadFile((Root() / "CMakePresets.json").string())
-                         .find("\"name\": \"" + found[2].str() + '"') != std::string::npos;
+                         .find(R"("name": ")" + found[2].str() + '"') != std::string::npos;
 }
 
 void ExpectRuns(const CodeBlock& block) {
