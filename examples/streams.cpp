@@ -1,4 +1,5 @@
 #include <TALVOkrstream/CompoundFile.h>
+#include <TALVOutl/Files.h>
 
 #include <iostream>
 #include <stdexcept>
@@ -17,6 +18,11 @@ std::unique_ptr<std::iostream> OpenStream(CompoundFile& file, const char* name, 
 bool IsSaved(CompoundFile& file) {
     file.Flush();
     return file.GetStatus() == KrStreamE::Ok;
+}
+
+// Whether it is also on the disk, where a power loss leaves it alone.
+bool IsOnDisk(CompoundFile& file) {
+    return IsSaved(file) && KrSync(file.GetCompoundFileName());
 }
 
 // A stream is complete when it has been destroyed, here at the end of each function.
@@ -51,7 +57,7 @@ int main() {
         file.Open("streams.kr", KrStreamE::ReadWrite); // without success, no stream can be had
         Make(file);
         Change(file);
-        if (!IsSaved(file)) {
+        if (!IsOnDisk(file)) {
             throw std::runtime_error("streams.kr cannot be written");
         }
         Print(file);
