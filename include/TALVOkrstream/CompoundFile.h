@@ -99,8 +99,8 @@ public:
     /// file. When the process has the file open already, the handle joins that engine: the engine's
     /// mode stays what it was, and its status is returned.
     ///
-    /// Returns Ok, or NotOpen, with the handle empty, whatever went wrong: no regular file, no
-    /// permission, in use by another process, not a block file, damaged. An encrypted file opens
+    /// Returns Ok, or NotOpen, with the handle empty, whatever went wrong: null, no regular file,
+    /// no permission, in use by another process, not a block file, damaged. An encrypted file opens
     /// without its password. Read only, the cost is that of reading the directory; for writing,
     /// also one pass over the whole file's block headers, and memory of one byte a block while the
     /// file is open and some twenty bytes a block for the moment of opening.

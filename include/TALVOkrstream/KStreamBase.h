@@ -16,7 +16,8 @@
 /// other: one thread at a time.
 class TALVOKRSTREAM_EXPORT KStreamableData {
 public:
-    /// A head for writing `version`; the text is copied. The version read is 0 until then.
+    /// A head for writing `version`; `magic` is copied, and not null. The version read is 0 until
+    /// Check has read one. Throws std::bad_alloc.
     KStreamableData(short version, const char* magic);
     /// Copies magic, version and version read.
     KStreamableData(const KStreamableData&);

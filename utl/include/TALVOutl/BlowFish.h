@@ -21,7 +21,7 @@ constexpr std::size_t kBlockSize = 8;
 class TALVOUTL_EXPORT Context {
 public:
     /// Keys the cipher with `length` bytes, at least 1; the published key schedule uses the
-    /// first 72. Costs about as much as enciphering 4 KiB.
+    /// first 72. Costs about as much as enciphering 4 KiB. Throws std::bad_alloc.
     Context(const void* key, std::size_t length);
     ~Context();
     Context(const Context&) = delete;

@@ -19,7 +19,7 @@ public:
     /// A digest as bytes.
     using RawDigest = std::array<unsigned char, kDigestSize>;
 
-    /// A digest of no bytes so far.
+    /// A digest of no bytes so far. Throws std::bad_alloc.
     MD5();
     /// The finished digest of a C string's bytes, its terminating NUL left out; not for null.
     explicit MD5(const char* text);
