@@ -2,17 +2,18 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
+#include <boost/xpressive/xpressive_dynamic.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
 
 namespace fs = boost::filesystem;
+namespace xp = boost::xpressive;
 
 namespace {
 
@@ -113,9 +114,10 @@ bool IsInAnExample(const CodeBlock& block, const std::string& ending) {
 
 /// A command for the repository itself: CI runs the scripts, and the presets are there.
 bool IsOwnCommand(const std::string& line) {
-    static const std::regex command(R"(\$ (?:(scripts/\w+)|(?:cmake|ctest) .*--preset (\w+)))");
-    std::smatch found;
-    if (!std::regex_search(line, found, command)) {
+    static const xp::sregex command =
+        xp::sregex::compile(R"(\$ (?:(scripts/\w+)|(?:cmake|ctest) .*--preset (\w+)))");
+    xp::smatch found;
+    if (!xp::regex_search(line, found, command)) {
         return false;
     }
     return found[1].matched
@@ -173,8 +175,9 @@ TEST(Examples, AreAllRun) {
         const std::string extension = entry.path().extension().string();
         const std::string name = entry.path().stem().string();
         if (extension == ".cpp" || extension == ".sh") {
-            const std::regex test(R"(krstream_(add|run)_example\(\s*)" + name + R"(\s)");
-            EXPECT_TRUE(std::regex_search(listed, test)) << name;
+            const xp::sregex test =
+                xp::sregex::compile(R"(krstream_(add|run)_example\(\s*)" + name + R"(\s)");
+            EXPECT_TRUE(xp::regex_search(listed, test)) << name;
         }
     }
 }
@@ -193,17 +196,17 @@ std::string AnchorOf(const std::string& heading) {
 }
 
 bool HasAnchor(const fs::path& document, const std::string& anchor) {
-    static const std::regex heading(R"((?:^|\n)#+ ([^\n]*))");
+    static const xp::sregex heading = xp::sregex::compile(R"((?:^|\n)#+ ([^\n]*))");
     const std::string prose = ProseOf(document);
-    return std::any_of(std::sregex_iterator(prose.begin(), prose.end(), heading), {},
-                       [&](const std::smatch& found) { return AnchorOf(found[1]) == anchor; });
+    return std::any_of(xp::sregex_iterator(prose.begin(), prose.end(), heading), {},
+                       [&](const xp::smatch& found) { return AnchorOf(found[1]) == anchor; });
 }
 
 void ExpectLinksLead(const fs::path& document) {
-    static const std::regex link(R"(\]\(([^)#]*)(?:#([^)]*))?\))");
+    static const xp::sregex link = xp::sregex::compile(R"(\]\(([^)#]*)(?:#([^)]*))?\))");
     const std::string prose = ProseOf(document);
     ASSERT_FALSE(prose.empty()) << document;
-    for (std::sregex_iterator found(prose.begin(), prose.end(), link), end; found != end; ++found) {
+    for (xp::sregex_iterator found(prose.begin(), prose.end(), link), end; found != end; ++found) {
         const std::string path = (*found)[1];
         if (path.find("://") != std::string::npos) {
             continue;
