@@ -67,8 +67,15 @@ TEST_F(ToolTest, ListAndInfoTellWhatIsThere) {
     EXPECT_EQ(list[0].at("size"), 2006);
     EXPECT_EQ(list[0].at("blocks"), 3);
     const auto modified = list[0].at("modified").get<std::string>();
-    EXPECT_EQ(Run({"list", "-l", "f.kr"}).out,
-              "2006  " + modified + "  3  bad\xff\n   0  " + modified + "  1  x\n");
+    EXPECT_EQ(Run({"list", "-l", "f.kr"}).out, "   SIZE             MODIFIED  BLOCKS  NAME\n"
+                                               "2.0 KiB  " +
+                                                   modified +
+                                                   "       3  bad\\xff\n"
+                                                   "    0 B  " +
+                                                   modified + "       1  x\n");
+    EXPECT_EQ(Run({"list", "-0", "f.kr"}).out, std::string("bad\xff\0x\0", 7));
+    EXPECT_NE(Run({"list", "-l", "--all", "f.kr"}).out.find("      r  kravonel"),
+              std::string::npos);
 
     // A directory block, 3 + 1 blocks of payload and one of the record of free blocks; then the 3
     // are freed.

@@ -73,7 +73,7 @@ TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
         {{"check", "blank.kr"}, 2, "blank.kr: is not a compound file"},
         {{"repair", "have.kr", "cut.kr"}, 2, "cut.kr: is there already; use --force"},
         {{"repair", "have.kr", "sub", "--force"}, 2, "not a file"},
-        {{"repair", "have.kr", "./have.kr", "--force"}, 2, "is the damaged file itself"},
+        {{"repair", "have.kr", "./have.kr", "--force"}, 2, "is FILE itself"},
         {{"repair", "blank.kr", "new.kr"}, 2, "blank.kr: is not a compound file"},
         {{"repair", "have.kr"}, 64, "OUT"},
         {{"list", "/dev/null"}, 2, "is a device"},

@@ -112,6 +112,7 @@ void CommandLine::AddPacking() {
 void CommandLine::AddReading() {
     CLI::App& list = AddCommand("list", {"ls", "l"}, "List entries by name", List);
     list.add_flag("-l,--long", options_.isLong, "Also size, time of change and blocks");
+    list.add_flag("-0,--null", options_.nullEnds, "End names with a NUL, not a newline");
     list.add_flag("--json", options_.json, "As JSON");
     AddAll(list);
 
@@ -151,6 +152,11 @@ void CommandLine::AddRecovery() {
     CLI::App& check = AddCommand("check", {}, "Look for damage in FILE", Check);
     check.add_flag("--json", options_.json, "As JSON");
     AddPasswordFile(check);
+
+    CLI::App& map = AddCommand("map", {}, "Draw what the blocks of FILE are used for", Map);
+    Text(map, "-o,--output", options_.target, "Make an SVG picture of this name")
+        ->type_name("PICTURE");
+    map.add_flag("-f,--force", options_.force, "Replace PICTURE if it is there");
 
     CLI::App& repair = AddCommand("repair", {}, "Save what is left of FILE in a new file", Repair);
     Text(repair, "OUT", options_.target, "The new file")->required();

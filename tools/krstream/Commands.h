@@ -8,7 +8,7 @@
 /// What the user asked for. Each command takes the members that concern it.
 struct Options {
     std::string file;
-    /// File to be made from `file`.
+    /// File to be made from `file`; empty where the command can do without.
     std::string target;
     /// Paths to store.
     std::vector<std::string> paths;
@@ -25,6 +25,8 @@ struct Options {
     bool all = false;
     bool isLong = false;
     bool json = false;
+    /// Names end with a NUL instead of a newline.
+    bool nullEnds = false;
 };
 
 // The commands. Each prints its own lines about single entries and throws Failure for what ends it.
@@ -41,3 +43,4 @@ ExitStatus ChangePassword(const Options& options);
 ExitStatus Compact(const Options& options);
 ExitStatus Check(const Options& options);
 ExitStatus Repair(const Options& options);
+ExitStatus Map(const Options& options);

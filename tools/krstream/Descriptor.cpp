@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/ioctl.h>
 
 ssize_t ReadSome(int fd, char* buffer, std::size_t size) {
     while (true) {
@@ -46,6 +47,12 @@ void OccupyStandardDescriptors() {
             open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
         }
     }
+}
+
+std::size_t TerminalColumns(int fd) {
+    constexpr std::size_t kUsual = 80;
+    winsize size{};
+    return ioctl(fd, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsual;
 }
 
 std::string ErrorText(int error) {

@@ -46,5 +46,8 @@ bool IsLockedElsewhere(int fd, int kind);
 /// standard stream.
 void OccupyStandardDescriptors();
 
+/// Width of the terminal that `fd` is; 80 when it is none or does not know.
+std::size_t TerminalColumns(int fd);
+
 /// What an errno means.
 std::string ErrorText(int error);

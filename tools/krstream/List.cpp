@@ -1,54 +1,83 @@
+#include "Amounts.h"
 #include "Commands.h"
 #include "EntryList.h"
 #include "Json.h"
+#include "Names.h"
 #include "OpenFile.h"
 #include "StandardOutput.h"
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <string_view>
+#include <cstdint>
 
 namespace {
 
-/// The file is closed again before anything is printed: who reads the list may want to change the
-/// file meanwhile.
-std::vector<Entry> EntriesByName(const Options& options) {
-    OpenFile file(options.file, KrStreamE::ReadOnly);
-    std::vector<Entry> entries =
-        options.all ? AllEntries(file.Handle()) : UserEntries(file.Handle());
-    std::stable_sort(entries.begin(), entries.end(),
-                     [](const Entry& a, const Entry& b) { return a.name < b.name; });
-    return entries;
+void PrintNames(const std::vector<Entry>& entries, bool nullEnds, StandardOutput& out) {
+    for (const Entry& entry : entries) {
+        out.Write(nullEnds ? entry.name + '\0' : out.Shown(entry.name) + '\n');
+    }
 }
 
-void PrintNames(const std::vector<Entry>& entries, StandardOutput& out) {
-    for (const Entry& entry : entries) {
-        out.Write(out.Shown(entry.name) + '\n');
-    }
+/// What a list shows beside names.
+struct Listed {
+    std::vector<Entry> entries;
+    bool encrypted;
+    /// Blocks of the file, more than which no sound entry has.
+    std::uint64_t blocks;
+};
+
+/// The file is closed again before anything is printed: who reads the list may want to change the
+/// file meanwhile.
+Listed EntriesByName(const Options& options) {
+    OpenFile file(options.file, KrStreamE::ReadOnly);
+    Listed listed{options.all ? AllEntries(file.Handle()) : UserEntries(file.Handle()),
+                  file.Handle().IsEncrypted(), file.Size() / kBlockSize};
+    std::stable_sort(listed.entries.begin(), listed.entries.end(),
+                     [](const Entry& a, const Entry& b) { return a.name < b.name; });
+    return listed;
+}
+
+/// What is special about an entry, a letter each; empty for most.
+std::string Marks(const Entry& entry, const Listed& listed) {
+    std::string marks = listed.encrypted ? "e" : "";
+    marks += IsFreeListName(entry.name) ? "r" : "";
+    marks += entry.Blocks() > listed.blocks ? "!" : "";
+    return marks;
 }
 
 /// The columns before the name.
-std::array<std::string, 3> Columns(const Entry& entry) {
-    return {std::to_string(entry.size), Printable(entry.modified), std::to_string(entry.Blocks())};
+using Row = std::array<std::string, 4>;
+
+Row Columns(const Entry& entry, const Listed& listed) {
+    return {ReadableSize(entry.size), Printable(entry.modified), std::to_string(entry.Blocks()),
+            Marks(entry, listed)};
 }
 
-void PrintLong(const std::vector<Entry>& entries, StandardOutput& out) {
-    std::array<std::size_t, 3> widths{};
-    for (const Entry& entry : entries) {
-        const auto columns = Columns(entry);
-        for (std::size_t i = 0; i < widths.size(); ++i) {
-            widths[i] = std::max(widths[i], columns[i].size());
+void PrintRow(const Row& row, const Row& widest, const std::string& name, StandardOutput& out) {
+    for (std::size_t i = 0; i < row.size(); ++i) {
+        if (!widest[i].empty()) {
+            out.Write(std::string(widest[i].size() - row[i].size(), ' ') + row[i] + "  ");
         }
     }
-    for (const Entry& entry : entries) {
-        const auto columns = Columns(entry);
-        for (std::size_t i = 0; i < widths.size(); ++i) {
-            out.Write(std::string(widths[i] - columns[i].size(), ' '));
-            out.Write(columns[i]);
-            out.Write("  ");
+    out.Write(name + '\n');
+}
+
+void PrintLong(const Listed& listed, StandardOutput& out) {
+    const bool anyMarks =
+        std::any_of(listed.entries.begin(), listed.entries.end(),
+                    [&](const Entry& entry) { return !Marks(entry, listed).empty(); });
+    const Row head = {"SIZE", "MODIFIED", "BLOCKS", anyMarks ? "MARKS" : ""};
+    Row widest = head;
+    for (const Entry& entry : listed.entries) {
+        const Row row = Columns(entry, listed);
+        for (std::size_t i = 0; i < widest.size(); ++i) {
+            widest[i] = widest[i].size() < row[i].size() ? row[i] : widest[i];
         }
-        out.Write(out.Shown(entry.name) + '\n');
+    }
+    PrintRow(head, widest, "NAME", out);
+    for (const Entry& entry : listed.entries) {
+        PrintRow(Columns(entry, listed), widest, Printable(entry.name), out);
     }
 }
 
@@ -67,14 +96,14 @@ void PrintJson(const std::vector<Entry>& entries, StandardOutput& out) {
 } // namespace
 
 ExitStatus List(const Options& options) {
-    const std::vector<Entry> entries = EntriesByName(options);
+    const Listed listed = EntriesByName(options);
     StandardOutput out;
     if (options.json) {
-        PrintJson(entries, out);
+        PrintJson(listed.entries, out);
     } else if (options.isLong) {
-        PrintLong(entries, out);
+        PrintLong(listed, out);
     } else {
-        PrintNames(entries, out);
+        PrintNames(listed.entries, options.nullEnds, out);
     }
     out.Flush();
     return ExitStatus::Done;

@@ -39,6 +39,13 @@ void AppendEscaped(std::string& out, char c) {
     }
 }
 
+/// Characters that change how the text around them looks, such as its direction.
+bool IsFormatting(std::uint32_t codePoint) {
+    return codePoint == 0x200e || codePoint == 0x200f || codePoint == 0xfeff ||
+           (codePoint >= 0x2028 && codePoint <= 0x202e) ||
+           (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
+
 bool IsPlain(std::uint32_t codePoint) {
     using boost::locale::utf::illegal;
     using boost::locale::utf::incomplete;
@@ -46,7 +53,8 @@ bool IsPlain(std::uint32_t codePoint) {
         return false;
     }
     const bool control = codePoint < 0x20 || (codePoint >= 0x7f && codePoint < 0xa0);
-    return !control;
+    const bool noCharacter = (codePoint & 0xfffeU) == 0xfffe;
+    return !control && !noCharacter && !IsFormatting(codePoint);
 }
 
 } // namespace

@@ -19,6 +19,6 @@ std::optional<std::string> EntryName(std::string_view path);
 /// that is empty or absolute or has an element that is empty, "." or "..".
 std::optional<std::vector<std::string>> PathElements(std::string_view name);
 
-/// `text` for a terminal or a message: control characters, backslashes and bytes that are not UTF-8
-/// as escapes.
+/// `text` for a terminal or a message: control characters, those that change the direction of
+/// text, backslashes and bytes that are not UTF-8 as escapes.
 std::string Printable(std::string_view text);

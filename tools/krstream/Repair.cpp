@@ -5,21 +5,11 @@
 #include "StandardOutput.h"
 
 #include <algorithm>
-#include <filesystem>
-#include <system_error>
 #include <vector>
 
 namespace {
 
 using Extent = Recovery::Saved::Extent;
-
-void RefuseSameFile(const Options& options) {
-    std::error_code error;
-    if (std::filesystem::equivalent(options.file, options.target, error)) {
-        throw Failure(options.target,
-                      "is the damaged file itself, which stays as it is; take another name");
-    }
-}
 
 std::string Line(const Recovery::Saved& saved) {
     std::string line = "whole: ";
@@ -68,7 +58,7 @@ ExitStatus Repair(const Options& options) {
     Recovery::File file;
     // Before anything is read: that can take long.
     RequireRegularFile(options.file, KrStreamE::ReadOnly);
-    RefuseSameFile(options);
+    RefuseSameFile(options.file, options.target);
     const UniqueFd replaced = HoldReplaced(options.target, options.force);
     OpenForRecovery(file, options.file, report, ExitStatus::InUse);
     if (file.IsEncrypted() || !options.passwordFile.empty()) {
