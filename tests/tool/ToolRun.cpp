@@ -14,19 +14,26 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::vector<char*> ArgumentVector(const std::vector<std::string>& arguments) {
-    std::vector<char*> vector{const_cast<char*>(KRSTREAM_TOOL)};
-    for (const std::string& argument : arguments) {
+/// `command` begins with the program.
+std::vector<char*> ArgumentVector(const std::vector<std::string>& command) {
+    std::vector<char*> vector;
+    for (const std::string& argument : command) {
         vector.push_back(const_cast<char*>(argument.c_str()));
     }
     vector.push_back(nullptr);
     return vector;
 }
 
-/// Makes a child process the tool.
+std::vector<std::string> ToolCommand(const std::vector<std::string>& arguments) {
+    std::vector<std::string> command{KRSTREAM_TOOL};
+    command.insert(command.end(), arguments.begin(), arguments.end());
+    return command;
+}
+
+/// Makes a child process another program.
 [[noreturn]] void Become(const std::string& folder, const std::vector<char*>& arguments) {
     if (chdir(folder.c_str()) == 0) {
-        execv(KRSTREAM_TOOL, arguments.data());
+        execv(arguments.front(), arguments.data());
     }
     _exit(127);
 }
@@ -35,12 +42,23 @@ std::vector<char*> ArgumentVector(const std::vector<std::string>& arguments) {
 
 ToolResult ToolTest::Run(const std::vector<std::string>& arguments, const std::string& input,
                          const std::string& outputPath) const {
+    return RunProgram(ToolCommand(arguments), input, outputPath);
+}
+
+ToolResult ToolTest::Shell(const std::string& line) const {
+    const std::string folder = fs::path(KRSTREAM_TOOL).parent_path().native();
+    return RunProgram({"/bin/bash", "-c", "set -o pipefail; PATH='" + folder + "':$PATH; " + line},
+                      "", "");
+}
+
+ToolResult ToolTest::RunProgram(const std::vector<std::string>& command, const std::string& input,
+                                const std::string& outputPath) const {
     const std::string in = streams_ / "in";
     const std::string out = outputPath.empty() ? streams_ / "out" : outputPath;
     const std::string err = streams_ / "err";
     ::WriteFile(in, input);
 
-    const std::vector<char*> vector = ArgumentVector(arguments);
+    const std::vector<char*> vector = ArgumentVector(command);
     const pid_t process = fork();
     if (process == 0) {
         if (setsid() == -1 || freopen(in.c_str(), "r", stdin) == nullptr ||
@@ -61,7 +79,8 @@ ToolTest::TerminalRun ToolTest::Start(const std::vector<std::string>& arguments)
     if (pipe2(input, O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
-    const std::vector<char*> vector = ArgumentVector(arguments);
+    const std::vector<std::string> command = ToolCommand(arguments);
+    const std::vector<char*> vector = ArgumentVector(command);
     TerminalRun run{-1, -1, input[1]};
     run.process = forkpty(&run.terminal, nullptr, nullptr, nullptr);
     if (run.process == 0) {

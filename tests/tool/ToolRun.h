@@ -26,6 +26,9 @@ protected:
     ToolResult Run(const std::vector<std::string>& arguments, const std::string& input = "",
                    const std::string& outputPath = "") const;
 
+    /// Runs a line of bash in which krstream is the tool.
+    ToolResult Shell(const std::string& line) const;
+
     /// Starts the tool at a terminal of its own. `terminal` is our end of that; standard input is a
     /// pipe that we write to.
     struct TerminalRun {
@@ -46,6 +49,9 @@ protected:
     std::map<std::string, std::string> Snapshot(const std::string& name = ".") const;
 
 private:
+    ToolResult RunProgram(const std::vector<std::string>& command, const std::string& input,
+                          const std::string& outputPath) const;
+
     /// Standard streams are kept here, where snapshots do not see them.
     const TempFolder streams_;
     const TempFolder folder_;

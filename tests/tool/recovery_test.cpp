@@ -95,7 +95,16 @@ TEST_F(RecoveryTest, RepairSavesWhatIsLeft) {
                                              {"recovered-0001", Pattern(2500, 1).substr(2006)}}));
     EXPECT_EQ(ReadFile("f.kr"), before);
     EXPECT_EQ(Run({"check", "new.kr"}).out, "");
-    EXPECT_EQ(Run({"repair", "new.kr", "again.kr"}).status, 0);
+    const auto again = Run({"repair", "--json", "new.kr", "again.kr"});
+    EXPECT_EQ(again.status, 0);
+    const auto json = nlohmann::json::parse(again.out);
+    EXPECT_EQ(json.at("whole"), true);
+    EXPECT_EQ(json.at("entries").at(1), nlohmann::json({{"name", "A-0001"},
+                                                        {"saved_as", "A-0001"},
+                                                        {"extent", "whole"},
+                                                        {"orphan", false},
+                                                        {"bytes", 1500},
+                                                        {"recorded_bytes", 1500}}));
     const auto files = Snapshot();
     WriteFile("hopeless.kr", before.substr(0, 1024));
     EXPECT_EQ(Run({"repair", "hopeless.kr", "other.kr"}).status, 2);

@@ -48,7 +48,12 @@ TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
 
     std::vector<Refusal> refusals = {
         {{}, 64, "--help"},
-        {{"frob"}, 64, "frob"},
+        {{"frob"}, 64, "frob is no command"},
+        {{"lsit", "x"}, 64, "did you mean list?"},
+        {{"list", "have.kr", "--jsno"}, 64, "did you mean --json?"},
+        {{"list", "have.kr", "a\n"}, 64, "a\\n is one argument too many"},
+        {{"list", "have.kr", "-l", "--json"}, 64, "see 'krstream list --help'"},
+        {{"--generate", "csh"}, 64, "man, bash and zsh"},
         {{"create", "new.kr"}, 64, "PATH"},
         {{"list", "have.kr", "--frob"}, 64, "--frob"},
         {{"add", "have.kr", "-"}, 64, "--name"},

@@ -10,7 +10,9 @@ ExitStatus Cat(const Options& options) {
     file.Unlock(PasswordSource(options.passwordFile));
     EntryCopy copy(report, file.Path());
     StandardOutput out;
-    for (const Entry& entry : NamedEntries(file, options.names, report)) {
+    const std::vector<Entry> entries = NamedEntries(file, options.names, report);
+    report.Begin("reading", TotalSize(entries));
+    for (const Entry& entry : entries) {
         if (copy.Read(file, entry, [&out](std::string_view part) { out.Write(part); })) {
             report.CountDone();
         } else {

@@ -1,12 +1,18 @@
 #include "CommandLine.h"
 
+#include "CommandTexts.h"
 #include "Commands.h"
+#include "Completion.h"
+#include "Help.h"
+#include "ManualPage.h"
+#include "NearMiss.h"
 #include "StandardOutput.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <functional>
+#include <map>
+#include <memory>
 #include <vector>
 
 namespace {
@@ -33,19 +39,33 @@ std::vector<std::string> GuardedArguments(int argc, const char* const* argv) {
     return arguments;
 }
 
+std::string Unguarded(std::string value) {
+    if (!value.empty() && value.front() == kGuard) {
+        value.erase(0, 1);
+    }
+    return value;
+}
+
 /// An option or positional whose values are any bytes.
 template <class Target>
 CLI::Option* Text(CLI::App& command, const std::string& names, Target& target,
                   const std::string& help) {
     const auto unguard = [](std::string& value) {
-        if (!value.empty() && value.front() == kGuard) {
-            value.erase(0, 1);
-        }
+        value = Unguarded(value);
         return std::string();
     };
     return command.add_option(names, target, help)
         ->transform(CLI::Validator(unguard, ""))
         ->type_name("");
+}
+
+bool IsCommand(const std::string& word) {
+    const auto isNamed = [&word](const CommandText& text) {
+        const auto& aliases = text.aliases;
+        return word == text.name ||
+               std::find(aliases.begin(), aliases.end(), word) != aliases.end();
+    };
+    return std::any_of(CommandTexts().begin(), CommandTexts().end(), isNamed);
 }
 
 class CommandLine {
@@ -57,10 +77,10 @@ public:
 private:
     using Command = ExitStatus (*)(const Options&);
 
-    CLI::App& AddCommand(const std::string& name, const std::vector<std::string>& aliases,
-                         const std::string& help, Command command);
+    CLI::App& AddCommand(const std::string& name, Command command);
     void AddPacking();
     void AddReading();
+    void AddMap();
     void AddChanging();
     void AddRecovery();
 
@@ -70,26 +90,37 @@ private:
     void AddAll(CLI::App& command);
     void CheckStandardInput() const;
 
-    CLI::App app_{"Files that hold many named byte streams.", "krstream"};
+    void RequireKnownCommand(const std::string& argument) const;
+    std::string Explain(const CLI::ParseError& error) const;
+    std::string ExplainUnexpected(const std::string& argument) const;
+    std::string HelpHint() const;
+    ExitStatus Generate() const;
+
+    CLI::App app_{"krstream: files that hold many named byte streams, called entries.", "krstream"};
     Options options_;
+    std::string generated_;
     Command command_ = nullptr;
 };
 
 CommandLine::CommandLine() {
+    app_.formatter(std::make_shared<HelpFormatter>());
+    app_.set_help_flag("-h,--help", "Show this help");
     app_.require_subcommand(0, 1);
-    app_.footer("Exit status: 0 done, 1 done in part, 2 failed, 4 password missing or wrong,\n"
-                "5 in use by another program, 64 wrong usage.");
-    app_.set_version_flag("--version", "krstream " KRSTREAM_VERSION);
+    app_.set_version_flag("--version", "krstream " KRSTREAM_VERSION, "Show the version");
+    Text(app_, "--generate", generated_,
+         "Print the manual page (man) or a shell's completion (bash, zsh)")
+        ->type_name("WHAT");
     AddPacking();
     AddReading();
+    AddMap();
     AddChanging();
     AddRecovery();
 }
 
-CLI::App& CommandLine::AddCommand(const std::string& name, const std::vector<std::string>& aliases,
-                                  const std::string& help, Command command) {
-    CLI::App& added = *app_.add_subcommand(name, help);
-    for (const std::string& alias : aliases) {
+CLI::App& CommandLine::AddCommand(const std::string& name, Command command) {
+    const CommandText& text = TextOf(name);
+    CLI::App& added = *app_.add_subcommand(name, text.summary);
+    for (const char* const alias : text.aliases) {
         added.alias(alias);
     }
     Text(added, "FILE", options_.file, "The compound file")->required();
@@ -98,11 +129,11 @@ CLI::App& CommandLine::AddCommand(const std::string& name, const std::vector<std
 }
 
 void CommandLine::AddPacking() {
-    CLI::App& create = AddCommand("create", {"c"}, "Make FILE from files and folders", Create);
+    CLI::App& create = AddCommand("create", Create);
     AddPaths(create);
     create.add_flag("-f,--force", options_.force, "Replace FILE if it is there");
 
-    CLI::App& add = AddCommand("add", {"a"}, "Add or replace entries", Add);
+    CLI::App& add = AddCommand("add", Add);
     AddPaths(add);
     Text(add, "--name", options_.standardInputName, "Entry name of standard input, PATH '-'")
         ->type_name("NAME");
@@ -110,13 +141,16 @@ void CommandLine::AddPacking() {
 }
 
 void CommandLine::AddReading() {
-    CLI::App& list = AddCommand("list", {"ls", "l"}, "List entries by name", List);
-    list.add_flag("-l,--long", options_.isLong, "Also size, time of change and blocks");
-    list.add_flag("-0,--null", options_.nullEnds, "End names with a NUL, not a newline");
-    list.add_flag("--json", options_.json, "As JSON");
+    CLI::App& list = AddCommand("list", List);
+    CLI::Option* const isLong =
+        list.add_flag("-l,--long", options_.isLong, "Also size, time of change, blocks and marks");
+    CLI::Option* const nullEnds =
+        list.add_flag("-0,--null", options_.nullEnds, "End names with a NUL, not a newline");
+    list.add_flag("--json", options_.json, "As JSON")->excludes(isLong)->excludes(nullEnds);
+    isLong->excludes(nullEnds);
     AddAll(list);
 
-    CLI::App& extract = AddCommand("extract", {"x"}, "Write entries to files", Extract);
+    CLI::App& extract = AddCommand("extract", Extract);
     AddNames(extract, false);
     Text(extract, "-C,--directory", options_.folder, "Folder to write to, made if missing")
         ->type_name("DIR");
@@ -124,24 +158,31 @@ void CommandLine::AddReading() {
     AddAll(extract);
     AddPasswordFile(extract);
 
-    CLI::App& cat = AddCommand("cat", {}, "Write entries to standard output", Cat);
+    CLI::App& cat = AddCommand("cat", Cat);
     AddNames(cat, true);
     AddPasswordFile(cat);
 
-    CLI::App& info = AddCommand("info", {}, "Show what FILE is made of", Info);
-    info.add_flag("--json", options_.json, "As JSON");
+    AddCommand("info", Info).add_flag("--json", options_.json, "As JSON");
+}
+
+void CommandLine::AddMap() {
+    CLI::App& map = AddCommand("map", Map);
+    CLI::Option* const output =
+        Text(map, "-o,--output", options_.target, "Make an SVG picture of this name")
+            ->type_name("PICTURE");
+    map.add_flag("-f,--force", options_.force, "Replace PICTURE if it is there")->needs(output);
 }
 
 void CommandLine::AddChanging() {
-    CLI::App& remove = AddCommand("rm", {"d"}, "Delete entries", Remove);
+    CLI::App& remove = AddCommand("rm", Remove);
     AddNames(remove, true);
     AddPasswordFile(remove);
 
-    AddPasswordFile(AddCommand("compact", {}, "Rewrite FILE without its unused blocks", Compact));
-    AddPasswordFile(AddCommand("encrypt", {}, "Set a password", Encrypt));
-    AddPasswordFile(AddCommand("decrypt", {}, "Remove the password", Decrypt));
+    AddPasswordFile(AddCommand("compact", Compact));
+    AddPasswordFile(AddCommand("encrypt", Encrypt));
+    AddPasswordFile(AddCommand("decrypt", Decrypt));
 
-    CLI::App& passwd = AddCommand("passwd", {}, "Change the password", ChangePassword);
+    CLI::App& passwd = AddCommand("passwd", ChangePassword);
     AddPasswordFile(passwd);
     Text(passwd, "--new-password-file", options_.newPasswordFile,
          "File whose first line is the new password, '-' for standard input")
@@ -149,18 +190,14 @@ void CommandLine::AddChanging() {
 }
 
 void CommandLine::AddRecovery() {
-    CLI::App& check = AddCommand("check", {}, "Look for damage in FILE", Check);
+    CLI::App& check = AddCommand("check", Check);
     check.add_flag("--json", options_.json, "As JSON");
     AddPasswordFile(check);
 
-    CLI::App& map = AddCommand("map", {}, "Draw what the blocks of FILE are used for", Map);
-    Text(map, "-o,--output", options_.target, "Make an SVG picture of this name")
-        ->type_name("PICTURE");
-    map.add_flag("-f,--force", options_.force, "Replace PICTURE if it is there");
-
-    CLI::App& repair = AddCommand("repair", {}, "Save what is left of FILE in a new file", Repair);
+    CLI::App& repair = AddCommand("repair", Repair);
     Text(repair, "OUT", options_.target, "The new file")->required();
     repair.add_flag("-f,--force", options_.force, "Replace OUT if it is there");
+    repair.add_flag("--json", options_.json, "As JSON");
     AddPasswordFile(repair);
 }
 
@@ -197,7 +234,69 @@ void CommandLine::CheckStandardInput() const {
     }
 }
 
+std::string CommandLine::HelpHint() const {
+    const auto chosen = app_.get_subcommands();
+    return "; see 'krstream " + (chosen.empty() ? "" : chosen.front()->get_name() + ' ') +
+           "--help'";
+}
+
+/// What to say of an argument that has no place.
+std::string CommandLine::ExplainUnexpected(const std::string& argument) const {
+    const auto chosen = app_.get_subcommands();
+    const bool isOption = argument.size() > 1 && argument.front() == '-';
+    std::vector<std::string> words;
+    if (isOption) {
+        for (const CLI::Option* option : NamedOptions(chosen.empty() ? app_ : *chosen.front())) {
+            for (const std::string& name : option->get_lnames()) {
+                words.push_back("--" + name);
+            }
+        }
+    } else if (chosen.empty()) {
+        for (const CommandText& text : CommandTexts()) {
+            words.emplace_back(text.name);
+        }
+    } else {
+        return Printable(argument) + " is one argument too many";
+    }
+    const std::string nearest = NearestWord(argument.substr(0, argument.find('=')), words);
+    return Printable(argument) + (isOption ? " is no option here" : " is no command") +
+           (nearest.empty() ? "" : "; did you mean " + nearest + "?");
+}
+
+/// A mistyped command first of all: what follows it would be misunderstood, a name as a command.
+void CommandLine::RequireKnownCommand(const std::string& argument) const {
+    const bool isOption = argument.empty() || argument.front() == '-';
+    if (!isOption && !IsCommand(argument)) {
+        throw Failure(ExplainUnexpected(argument) + HelpHint(), ExitStatus::Usage);
+    }
+}
+
+std::string CommandLine::Explain(const CLI::ParseError& error) const {
+    const std::vector<std::string> left = app_.remaining(true);
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr && !left.empty()) {
+        return ExplainUnexpected(Unguarded(left.front())) + HelpHint();
+    }
+    return Printable(error.what()) + HelpHint();
+}
+
+ExitStatus CommandLine::Generate() const {
+    const std::map<std::string, std::string (*)(const CLI::App&)> kinds = {
+        {"man", ManualPage}, {"bash", BashCompletion}, {"zsh", ZshCompletion}};
+    const auto kind = kinds.find(generated_);
+    if (kind == kinds.end()) {
+        throw Failure(generated_, "cannot be generated; there are man, bash and zsh",
+                      ExitStatus::Usage);
+    }
+    StandardOutput out;
+    out.Write(kind->second(app_));
+    out.Flush();
+    return ExitStatus::Done;
+}
+
 ExitStatus CommandLine::Run(int argc, const char* const* argv) {
+    if (argc > 1) {
+        RequireKnownCommand(argv[1]);
+    }
     try {
         app_.parse(GuardedArguments(argc, argv));
         CheckStandardInput();
@@ -209,10 +308,13 @@ ExitStatus CommandLine::Run(int argc, const char* const* argv) {
         out.Flush();
         return ExitStatus::Done;
     } catch (const CLI::ParseError& error) {
-        throw Failure(Printable(error.what()) + "; see 'krstream --help'", ExitStatus::Usage);
+        throw Failure(Explain(error), ExitStatus::Usage);
+    }
+    if (!generated_.empty()) {
+        return Generate();
     }
     if (command_ == nullptr) {
-        throw Failure("no command is given; see 'krstream --help'", ExitStatus::Usage);
+        throw Failure("no command is given" + HelpHint(), ExitStatus::Usage);
     }
     return command_(options_);
 }

@@ -58,6 +58,15 @@ std::vector<Entry> UserEntries(const CompoundFile& file) {
     return entries;
 }
 
+std::uint64_t TotalSize(const std::vector<Entry>& entries) {
+    std::uint64_t total = 0;
+    for (const Entry& entry : entries) {
+        // Sizes come from the file, which may claim anything.
+        total = entry.size > UINT64_MAX - total ? UINT64_MAX : total + entry.size;
+    }
+    return total;
+}
+
 std::vector<Entry> NamedEntries(OpenFile& file, const std::vector<std::string>& names,
                                 Report& report) {
     std::unordered_map<std::string, Entry> byName;

@@ -31,6 +31,9 @@ std::vector<Entry> AllEntries(const CompoundFile& file);
 /// As above without the library's record of free blocks.
 std::vector<Entry> UserEntries(const CompoundFile& file);
 
+/// Bytes that the entries have, as far as the directory is right.
+std::uint64_t TotalSize(const std::vector<Entry>& entries);
+
 /// The entries of the given names, in that order; names that are not there are reported as skipped.
 std::vector<Entry> NamedEntries(OpenFile& file, const std::vector<std::string>& names,
                                 Report& report);

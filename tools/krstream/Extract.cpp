@@ -74,7 +74,9 @@ ExitStatus Extract(const Options& options) {
     OpenFile file(options.file, KrStreamE::ReadOnly);
     file.Unlock(PasswordSource(options.passwordFile));
     Extractor extractor(file, options, report);
-    for (const Entry& entry : Chosen(file, options, report)) {
+    const std::vector<Entry> entries = Chosen(file, options, report);
+    report.Begin("extracting", TotalSize(entries));
+    for (const Entry& entry : entries) {
         extractor.Extract(entry);
     }
     return report.Status();

@@ -24,41 +24,41 @@ constexpr const char* kQuietColour = "#52606d";
 constexpr const char* kDamageColour = "#b00020";
 
 std::string Filled(const std::string& colour, const std::string& elements) {
-    return "<g fill=\"" + colour + "\">" + elements + "</g>\n";
+    return "<g fill='" + colour + "'>" + elements + "</g>\n";
 }
 
 /// Sets a symbol off from hatching behind it.
 std::string Halo(Look look) {
     const bool hatched = look == Look::Orphan || look == Look::Damaged;
-    return hatched ? " stroke=\"#fff\" stroke-width=\"4\" paint-order=\"stroke\"" : "";
+    return hatched ? " stroke='#fff' stroke-width='4' paint-order='stroke'" : "";
 }
 
 /// What every picture begins with: the hatched fills, its own background, the kinds of text.
 std::string Frame(int height, int cell) {
     const std::string size =
-        "width=\"" + std::to_string(kWidth) + "\" height=\"" + std::to_string(height) + '"';
+        "width='" + std::to_string(kWidth) + "' height='" + std::to_string(height) + "'";
     const std::string side = std::to_string(cell);
-    const std::string square = "width=\"" + side + "\" height=\"" + side + '"';
-    return "<svg xmlns=\"http://www.w3.org/2000/svg\" " + size + " viewBox=\"0 0 " +
+    const std::string square = "width='" + side + "' height='" + side + "'";
+    return "<svg xmlns='http://www.w3.org/2000/svg' " + size + " viewBox='0 0 " +
            std::to_string(kWidth) + ' ' + std::to_string(height) +
-           "\" font-family=\"system-ui, 'DejaVu Sans', sans-serif\" font-size=\"13\" "
-           "fill=\"#1f2933\">\n"
+           "' font-family='system-ui, DejaVu Sans, sans-serif' font-size='13' "
+           "fill='#1f2933'>\n"
            "<defs>\n"
-           "<pattern id=\"free\" width=\"4\" height=\"4\" patternUnits=\"userSpaceOnUse\">"
-           "<path fill=\"#f1f4f7\" d=\"M0 0h4v4h-4z\"/><path fill=\"#aab4bf\" "
-           "d=\"M1 1h1v1h-1z\"/></pattern>\n"
-           "<pattern id=\"orphan\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\">"
-           "<path fill=\"#fff\" d=\"M0 0h6v6h-6z\"/><path stroke=\"#e69f00\" stroke-width=\"2\" "
-           "d=\"M-1 1l2 -2M0 6l6 -6M5 7l2 -2\"/></pattern>\n"
-           "<pattern id=\"damaged\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\">"
-           "<path fill=\"#fff\" d=\"M0 0h6v6h-6z\"/><path stroke=\"#d50032\" stroke-width=\"2\" "
-           "d=\"M0 0l6 6M6 0l-6 6\"/></pattern>\n"
-           "<pattern id=\"grid\" " +
-           square + " x=\"" + std::to_string(kGridLeft) +
-           "\" y=\"0\" patternUnits=\"userSpaceOnUse\"><path fill=\"none\" stroke=\"#fff\" "
-           "stroke-opacity=\"0.75\" d=\"M0 " +
-           side + "V0H" + side + "\"/></pattern>\n</defs>\n" + "<rect " + size +
-           " rx=\"8\" fill=\"#fff\"/>\n";
+           "<pattern id='free' width='4' height='4' patternUnits='userSpaceOnUse'>"
+           "<path fill='#f1f4f7' d='M0 0h4v4h-4z'/><path fill='#aab4bf' "
+           "d='M1 1h1v1h-1z'/></pattern>\n"
+           "<pattern id='orphan' width='6' height='6' patternUnits='userSpaceOnUse'>"
+           "<path fill='#fff' d='M0 0h6v6h-6z'/><path stroke='#e69f00' stroke-width='2' "
+           "d='M-1 1l2 -2M0 6l6 -6M5 7l2 -2'/></pattern>\n"
+           "<pattern id='damaged' width='6' height='6' patternUnits='userSpaceOnUse'>"
+           "<path fill='#fff' d='M0 0h6v6h-6z'/><path stroke='#d50032' stroke-width='2' "
+           "d='M0 0l6 6M6 0l-6 6'/></pattern>\n"
+           "<pattern id='grid' " +
+           square + " x='" + std::to_string(kGridLeft) +
+           "' y='0' patternUnits='userSpaceOnUse'><path fill='none' stroke='#fff' "
+           "stroke-opacity='0.75' d='M0 " +
+           side + "V0H" + side + "'/></pattern>\n</defs>\n" + "<rect " + size +
+           " rx='8' fill='#fff'/>\n";
 }
 
 /// A run of cells with a tooltip. Where cells have two looks, each cell is divided.
@@ -105,14 +105,14 @@ std::string Symbol(const CellRun& run, const BlockMap& map, const MapGrid& grid)
         }
     }
     const int inset = std::max(3, grid.Cell() / 5);
-    return "<text x=\"" + std::to_string(grid.X(run.firstCell) + inset) + "\" y=\"" +
+    return "<text x='" + std::to_string(grid.X(run.firstCell) + inset) + "' y='" +
            std::to_string(grid.Y(run.firstCell) + (grid.Cell() + size) / 2 - size / 8) +
-           "\" fill=\"" + style.text + '"' + Halo(run.left) + '>' + text + "</text>\n";
+           "' fill='" + style.text + "'" + Halo(run.left) + '>' + text + "</text>\n";
 }
 
 std::string Symbols(const MapCells& cells, const BlockMap& map, const MapGrid& grid) {
     const int size = std::min(16, grid.Cell() * 7 / 10);
-    std::string text = "<g pointer-events=\"none\" font-size=\"" + std::to_string(size) + "\">\n";
+    std::string text = "<g pointer-events='none' font-size='" + std::to_string(size) + "'>\n";
     for (const CellRun& run : cells.Runs()) {
         if (run.left != Look::Free) {
             text += Symbol(run, map, grid);
@@ -137,7 +137,7 @@ std::string Corners(const MapCells& cells, const MapGrid& grid) {
 }
 
 std::string RowLabels(const MapCells& cells, const MapGrid& grid) {
-    std::string text = "<g font-size=\"11\" text-anchor=\"end\" fill=\"#52606d\">\n";
+    std::string text = "<g font-size='11' text-anchor='end' fill='#52606d'>\n";
     const std::uint64_t step = grid.Cell() < kLineHeight ? 4 : 1;
     for (std::uint64_t row = 0; row < grid.Rows(); row += step) {
         const std::uint64_t cell = row * grid.PerRow();
@@ -166,8 +166,8 @@ std::vector<std::string> Notes(const MapCells& cells) {
 }
 
 std::string LegendHead(int y) {
-    return "<g font-size=\"11\" fill=\"#52606d\">" + Text(kGridLeft, y, "largest first") +
-           "<g text-anchor=\"end\">" + Text(640, y, "size") + Text(770, y, "blocks") +
+    return "<g font-size='11' fill='#52606d'>" + Text(kGridLeft, y, "largest first") +
+           "<g text-anchor='end'>" + Text(640, y, "size") + Text(770, y, "blocks") +
            Text(kGridRight, y, "pieces") + "</g></g>\n";
 }
 
@@ -177,12 +177,12 @@ std::string LegendLine(const BlockMap::Group& group, int y) {
     const bool entry = group.look <= Look::OtherEntry;
     const std::string name = LegendName(group);
     std::string line =
-        "<g><title>" + Xml(name) + "</title>" + "<rect x=\"" + std::to_string(kGridLeft) +
-        "\" y=\"" + std::to_string(y - 14) + "\" width=\"18\" height=\"18\" fill=\"" + style.fill +
-        "\" stroke=\"#cbd2d9\"/>" + "<text x=\"" + std::to_string(kGridLeft + 9) + "\" y=\"" +
-        std::to_string(y) + "\" text-anchor=\"middle\" font-size=\"12\" fill=\"" + style.text +
-        "\">" + (group.look == Look::Free ? ' ' : style.symbol) + "</text>" +
-        Text(kGridLeft + 28, y, Xml(Shortened(name, kNameLength))) + "<g text-anchor=\"end\">";
+        "<g><title>" + Xml(name) + "</title>" + "<rect x='" + std::to_string(kGridLeft) + "' y='" +
+        std::to_string(y - 14) + "' width='18' height='18' fill='" + style.fill +
+        "' stroke='#cbd2d9'/>" + "<text x='" + std::to_string(kGridLeft + 9) + "' y='" +
+        std::to_string(y) + "' text-anchor='middle' font-size='12' fill='" + style.text + "'>" +
+        (group.look == Look::Free ? ' ' : style.symbol) + "</text>" +
+        Text(kGridLeft + 28, y, Xml(Shortened(name, kNameLength))) + "<g text-anchor='end'>";
     line += entry ? Text(640, y, ReadableSize(group.bytes)) : "";
     line += Text(770, y, std::to_string(group.blocks));
     line += entry ? Text(kGridRight, y, std::to_string(group.pieces)) : "";
@@ -202,7 +202,7 @@ std::string Legend(const BlockMap& map, int top) {
 std::string Header(const Pictured& pictured, const MapCells& cells, int& y) {
     y = kMargin + 16;
     std::string text = "<title>" + Xml(Printable(pictured.title)) + "</title>\n" +
-                       "<g font-size=\"20\" font-weight=\"600\">" +
+                       "<g font-size='20' font-weight='600'>" +
                        Text(kMargin, y, Xml(Shortened(Printable(pictured.title), 72))) + "</g>\n";
     y += 5;
     for (const std::string& line : SummaryLines(pictured.map, pictured.encrypted)) {
@@ -222,12 +222,12 @@ std::string Header(const Pictured& pictured, const MapCells& cells, int& y) {
 
 /// The cells and all that is drawn on them.
 std::string Grid(const Pictured& pictured, const MapCells& cells, const MapGrid& grid) {
-    std::string text = "<g shape-rendering=\"crispEdges\">\n";
+    std::string text = "<g shape-rendering='crispEdges'>\n";
     for (const CellRun& run : cells.Runs()) {
         text += Run(run, pictured, cells, grid);
     }
-    text += "</g>\n<g pointer-events=\"none\" shape-rendering=\"crispEdges\">\n" +
-            std::string("<g transform=\"translate(0 ") + std::to_string(grid.Top()) + ")\">" +
+    text += "</g>\n<g pointer-events='none' shape-rendering='crispEdges'>\n" +
+            std::string("<g transform='translate(0 ") + std::to_string(grid.Top()) + ")'>" +
             Path(MapGrid(cells.Count(), grid.Left(), 0).Area(0, cells.Count()), "url(#grid)") +
             "</g>\n";
     text += cells.BlocksPerCell() == 1 ? PieceStarts(cells, grid) : Corners(cells, grid);

@@ -5,11 +5,25 @@
 #include "OpenFile.h"
 
 #include <cerrno>
+#include <cstdint>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
+
+/// Bytes in all inputs; 0 when one of them does not tell.
+std::uint64_t TotalSize(const std::vector<Input>& inputs) {
+    std::uint64_t total = 0;
+    for (const Input& input : inputs) {
+        struct stat status {};
+        if (input.isStandardInput || stat(input.path.c_str(), &status) != 0) {
+            return 0;
+        }
+        total += static_cast<std::uint64_t>(status.st_size);
+    }
+    return total;
+}
 
 /// Stores inputs one by one, but never the compound file in itself.
 class Packer {
@@ -20,6 +34,7 @@ public:
     }
 
     void StoreAll(const std::vector<Input>& inputs) {
+        report_.Begin("storing", report_.ShowsProgress() ? TotalSize(inputs) : 0);
         for (const Input& input : inputs) {
             Store(input);
         }

@@ -1,5 +1,7 @@
 #include "Progress.h"
 
+#include "Descriptor.h"
+
 #include <cstdio>
 
 #include <unistd.h>
@@ -10,7 +12,6 @@ namespace {
 
 constexpr auto kQuietTime = 1s;
 constexpr auto kInterval = 100ms;
-constexpr double kMegabyte = 1e6;
 
 } // namespace
 
@@ -21,8 +22,13 @@ Progress::~Progress() {
     Clear();
 }
 
+void Progress::Begin(const char* what, std::uint64_t total) {
+    work_ = {what, 0, total};
+    start_ = Clock::now();
+}
+
 void Progress::Advance(std::uint64_t bytes) {
-    bytes_ += bytes;
+    work_.done += bytes;
     if (!onTerminal_) {
         return;
     }
@@ -34,9 +40,9 @@ void Progress::Advance(std::uint64_t bytes) {
 }
 
 void Progress::Show(Clock::time_point now) {
-    const double megabytes = static_cast<double>(bytes_) / kMegabyte;
-    const double seconds = std::chrono::duration<double>(now - start_).count();
-    std::fprintf(stderr, "\r%.1f MB, %.1f MB/s\x1b[K", megabytes, megabytes / seconds);
+    work_.seconds = std::chrono::duration<double>(now - start_).count();
+    const std::string line = ProgressLine(work_, TerminalColumns(STDERR_FILENO));
+    std::fprintf(stderr, "\r%s\x1b[K", line.c_str());
     shown_ = true;
 }
 

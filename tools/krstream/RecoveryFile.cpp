@@ -2,9 +2,16 @@
 
 #include "OpenFile.h"
 
+#include <cstdint>
+#include <filesystem>
+#include <system_error>
+
 void OpenForRecovery(Recovery::File& file, const std::string& path, Report& report,
                      ExitStatus inUse) {
     RequireRegularFile(path, KrStreamE::ReadOnly);
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    report.Begin("reading", error ? 0 : size);
     switch (file.Open(path.c_str(), [&report](std::uint64_t bytes) { report.Advance(bytes); })) {
     case Recovery::Status::Ok:
         return;

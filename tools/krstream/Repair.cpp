@@ -1,10 +1,12 @@
 #include "Commands.h"
 #include "FreshFile.h"
+#include "Json.h"
 #include "OpenFile.h"
 #include "RecoveryFile.h"
 #include "StandardOutput.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <vector>
 
 namespace {
@@ -39,16 +41,59 @@ void RequireAnySaved(const std::string& path, const std::vector<Recovery::Saved>
     }
 }
 
-ExitStatus Print(const std::vector<Recovery::Saved>& all) {
-    StandardOutput out;
+bool AreWhole(const std::vector<Recovery::Saved>& all) {
+    return std::all_of(all.begin(), all.end(),
+                       [](const Recovery::Saved& saved) { return saved.extent == Extent::Whole; });
+}
+
+const char* NameOf(Extent extent) {
+    switch (extent) {
+    case Extent::Whole:
+        return "whole";
+    case Extent::Part:
+        return "part";
+    default:
+        return "lost";
+    }
+}
+
+void PrintJson(const Options& options, const std::vector<Recovery::Saved>& all,
+               StandardOutput& out) {
+    Json list = Json::array();
     for (const Recovery::Saved& saved : all) {
-        out.Write(Line(saved));
+        list.push_back({{"name", saved.name},
+                        {"saved_as", saved.savedAs},
+                        {"extent", NameOf(saved.extent)},
+                        {"orphan", saved.isOrphan},
+                        {"bytes", saved.bytes},
+                        {"recorded_bytes", saved.recordedBytes}});
+    }
+    WriteJson({{"file", options.file},
+               {"target", options.target},
+               {"whole", AreWhole(all)},
+               {"entries", list}},
+              out);
+}
+
+void Print(const Options& options, const std::vector<Recovery::Saved>& all) {
+    StandardOutput out;
+    if (options.json) {
+        PrintJson(options, all, out);
+    } else {
+        for (const Recovery::Saved& saved : all) {
+            out.Write(Line(saved));
+        }
     }
     out.Flush();
-    const bool allWhole = std::all_of(all.begin(), all.end(), [](const Recovery::Saved& saved) {
-        return saved.extent == Extent::Whole;
-    });
-    return allWhole ? ExitStatus::Done : ExitStatus::DonePartly;
+}
+
+/// Bytes of entries that can be reached.
+std::uint64_t BytesThere(const Recovery::File& file) {
+    std::uint64_t bytes = 0;
+    for (const Recovery::Entry& entry : file.Entries()) {
+        bytes += entry.isFreeList ? 0 : entry.bytes;
+    }
+    return bytes;
 }
 
 } // namespace
@@ -66,6 +111,7 @@ ExitStatus Repair(const Options& options) {
     }
     FreshFile fresh(options.target,
                     replaced ? FreshFile::Existing::Replace : FreshFile::Existing::Refuse);
+    report.Begin("saving", BytesThere(file));
     std::vector<Recovery::Saved> saved;
     const Recovery::Status status = file.Repair(
         fresh.Handle(), saved, [&report](std::uint64_t bytes) { report.Advance(bytes); });
@@ -74,5 +120,6 @@ ExitStatus Repair(const Options& options) {
     }
     RequireAnySaved(options.file, saved);
     fresh.PutInPlace();
-    return Print(saved);
+    Print(options, saved);
+    return AreWhole(saved) ? ExitStatus::Done : ExitStatus::DonePartly;
 }

@@ -22,6 +22,9 @@ public:
     void Fail(std::string_view subject, std::string_view what);
 
     void CountDone() { anyDone_ = true; }
+    bool ShowsProgress() const { return progress_.IsShown(); }
+    /// Work begins that may take long, over so many bytes; 0 when that is not known.
+    void Begin(const char* what, std::uint64_t total) { progress_.Begin(what, total); }
     /// Work goes on: bytes were copied.
     void Advance(std::uint64_t bytes);
 

@@ -7,6 +7,7 @@
 #include "StandardOutput.h"
 
 #include <cstdint>
+#include <vector>
 
 namespace {
 
@@ -21,7 +22,9 @@ void Rewrite(OpenFile& file, const std::string& password) {
         throw WriteFailure(file.Path());
     }
     int count = 0;
-    for (const Entry& entry : UserEntries(file.Handle())) {
+    const std::vector<Entry> entries = UserEntries(file.Handle());
+    report.Begin("rewriting", TotalSize(entries));
+    for (const Entry& entry : entries) {
         copy.Transfer(file, entry, fresh.Handle());
         ++count;
     }
@@ -37,7 +40,9 @@ void Rewrite(OpenFile& file, const std::string& password) {
 void CheckEntries(OpenFile& file) {
     Report report;
     EntryCopy copy(report, file.Path());
-    for (const Entry& entry : UserEntries(file.Handle())) {
+    const std::vector<Entry> entries = UserEntries(file.Handle());
+    report.Begin("reading", TotalSize(entries));
+    for (const Entry& entry : entries) {
         copy.ReadWhole(file, entry, [](std::string_view) {});
     }
 }

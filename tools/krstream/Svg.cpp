@@ -50,11 +50,11 @@ std::string Shortened(const std::string& text, std::size_t length) {
 }
 
 std::string Text(int x, int y, const std::string& content) {
-    return "<text x=\"" + std::to_string(x) + "\" y=\"" + std::to_string(y) + "\">" + content +
+    return "<text x='" + std::to_string(x) + "' y='" + std::to_string(y) + "'>" + content +
            "</text>\n";
 }
 
 std::string Path(const std::string& path, const std::string& fill, const std::string& content) {
-    const std::string element = "<path fill=\"" + fill + "\" d=\"" + path + '"';
+    const std::string element = "<path fill='" + fill + "' d='" + path + "'";
     return content.empty() ? element + "/>\n" : element + '>' + content + "</path>\n";
 }
