@@ -59,6 +59,8 @@ ToolResult ToolTest::RunProgram(const std::vector<std::string>& command, const s
     ::WriteFile(in, input);
 
     const std::vector<char*> vector = ArgumentVector(command);
+    // Or the child would print what is still buffered, once more.
+    std::fflush(nullptr);
     const pid_t process = fork();
     if (process == 0) {
         if (setsid() == -1 || freopen(in.c_str(), "r", stdin) == nullptr ||

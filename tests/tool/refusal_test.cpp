@@ -158,8 +158,8 @@ TEST_F(RefusalTest, ADamagedEntryCostsOnlyItself) {
 
     const ToolResult extracted = Run({"extract", "f.kr", "-C", "out"});
     EXPECT_EQ(extracted.status, 1);
-    EXPECT_EQ(extracted.err,
-              "krstream: b: not extracted, it is damaged in f.kr; take another copy of that\n");
+    EXPECT_EQ(extracted.err, "krstream: b: not extracted, it is damaged in f.kr; 'krstream repair' "
+                             "saves what is left\n");
     EXPECT_EQ(Snapshot("out"),
               (Model{{"a", Summary(Pattern(3000, 1))}, {"c", Summary(Pattern(3000, 3))}}));
     const ToolResult shown = Run({"cat", "f.kr", "b", "c"});
@@ -169,4 +169,28 @@ TEST_F(RefusalTest, ADamagedEntryCostsOnlyItself) {
     WriteFile("pw", "secret");
     EXPECT_EQ(Run({"encrypt", "f.kr", "--password-file", "pw"}).status, 2);
     EXPECT_EQ(ReadFile("f.kr"), bytes);
+}
+
+TEST_F(RefusalTest, MessagesSayWhatToDo) {
+    WriteFile("large", Pattern(100000, 1));
+    WriteFile("f.kr", FileOf({{"notes.txt", "x"}, {std::string(256, 'n'), "y"}}));
+    const std::vector<std::pair<std::string, std::string>> cases = {
+        {"cat f.kr Note.txt", "f.kr: has no entry Note.txt; did you mean notes.txt?"},
+        {"cat f.kr q$'\\n'", "f.kr: has no entry q\\n; see 'krstream list'"},
+        {"extract f.kr " + std::string(256, 'n'), "File name too long; 'krstream cat' can write"},
+        {"create new.kr ''", "'.' is the current folder"},
+        {"create . large", "is not a file, so it is not replaced; take another name"},
+    };
+    const auto before = Snapshot();
+    for (const auto& [line, saying] : cases) {
+        const ToolResult result = Shell("krstream " + line);
+        EXPECT_NE(result.err.find(saying), std::string::npos) << line << '\n' << result.err;
+        EXPECT_EQ(Snapshot(), before) << line;
+    }
+    const ToolResult full = Shell("ulimit -f 40; krstream create new.kr large");
+    EXPECT_EQ(full.status, 2);
+    EXPECT_EQ(full.err,
+              "krstream: new.kr: could not be written; check the disk, quotas and limits, "
+              "then try again\n");
+    EXPECT_EQ(Snapshot(), before);
 }

@@ -16,8 +16,9 @@ ExitStatus Cat(const Options& options) {
         if (copy.Read(file, entry, [&out](std::string_view part) { out.Write(part); })) {
             report.CountDone();
         } else {
-            report.Fail(entry.name, "is damaged in " + Printable(file.Path()) +
-                                        ", its bytes are not all here; take another copy of that");
+            report.Fail(entry.name,
+                        "is damaged in " + Printable(file.Path()) +
+                            ", its bytes are not all here; 'krstream repair' saves what is left");
         }
     }
     out.Flush();

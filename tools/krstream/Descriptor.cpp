@@ -58,3 +58,20 @@ std::size_t TerminalColumns(int fd) {
 std::string ErrorText(int error) {
     return std::generic_category().message(error);
 }
+
+std::string WriteErrorText(int error) {
+    switch (error) {
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return ErrorText(error) + "; check the permissions there or write elsewhere";
+    case ENAMETOOLONG:
+        return ErrorText(error) + "; 'krstream cat' can write it under another name";
+    case ENOSPC:
+    case EDQUOT:
+    case EFBIG:
+        return ErrorText(error) + "; make room or write elsewhere";
+    default:
+        return ErrorText(error) + "; write elsewhere, or try again";
+    }
+}

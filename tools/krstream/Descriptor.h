@@ -51,3 +51,6 @@ std::size_t TerminalColumns(int fd);
 
 /// What an errno means.
 std::string ErrorText(int error);
+
+/// The same for a file that could not be made or written, and what may help.
+std::string WriteErrorText(int error);

@@ -81,8 +81,8 @@ bool EntryCopy::Read(OpenFile& file, const Entry& entry, const Sink& sink) {
 void EntryCopy::ReadWhole(OpenFile& file, const Entry& entry, const Sink& sink) {
     if (!Read(file, entry, sink)) {
         throw Failure(path_, "entry " + Printable(entry.name) +
-                                 " is damaged, so nothing was changed; extract what is whole and "
-                                 "create a new file");
+                                 " is damaged, so nothing was changed; 'krstream repair' saves "
+                                 "what is left in a new file");
     }
 }
 

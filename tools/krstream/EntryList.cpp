@@ -1,6 +1,7 @@
 #include "EntryList.h"
 
 #include "Names.h"
+#include "NearMiss.h"
 
 #include <algorithm>
 #include <cstring>
@@ -24,6 +25,23 @@ std::string SortableTime(const char (&text)[26]) {
     char sortable[sizeof "2026-11-21 08:05:04"];
     const std::size_t length = std::strftime(sortable, sizeof sortable, "%Y-%m-%d %H:%M:%S", &time);
     return length == 0 ? asFound : std::string(sortable, length);
+}
+
+using EntriesByName = std::unordered_map<std::string, Entry>;
+
+/// What to do about a name that is not there. `entries` go by their folded names.
+std::string Suggestion(const std::string& name, const EntriesByName& entries) {
+    // Comparing with more would take longer than looking.
+    constexpr std::size_t kMaxEntries = 2000;
+    std::vector<std::string> folded;
+    if (entries.size() <= kMaxEntries) {
+        for (const auto& [key, entry] : entries) {
+            folded.push_back(key);
+        }
+    }
+    const auto nearest = entries.find(NearestWord(FoldCase(name), folded));
+    return nearest == entries.end() ? "; see 'krstream list'"
+                                    : "; did you mean " + Printable(nearest->second.name) + "?";
 }
 
 } // namespace
@@ -69,7 +87,7 @@ std::uint64_t TotalSize(const std::vector<Entry>& entries) {
 
 std::vector<Entry> NamedEntries(OpenFile& file, const std::vector<std::string>& names,
                                 Report& report) {
-    std::unordered_map<std::string, Entry> byName;
+    EntriesByName byName;
     for (Entry& entry : AllEntries(file.Handle())) {
         byName.emplace(FoldCase(entry.name), std::move(entry));
     }
@@ -77,7 +95,7 @@ std::vector<Entry> NamedEntries(OpenFile& file, const std::vector<std::string>& 
     for (const std::string& name : names) {
         const auto at = byName.find(FoldCase(name));
         if (at == byName.end()) {
-            report.Skip(file.Path(), "has no entry " + Printable(name) + "; see 'krstream list'");
+            report.Skip(file.Path(), "has no entry " + Printable(name) + Suggestion(name, byName));
         } else {
             found.push_back(at->second);
         }

@@ -40,13 +40,12 @@ private:
         const auto write = [&](std::string_view part) {
             const int error = WriteAll(target.Descriptor(), part);
             if (error != 0) {
-                throw Failure(entry.name, "could not be written: " + ErrorText(error) +
-                                              "; make room or use another -C");
+                throw Failure(entry.name, "could not be written: " + WriteErrorText(error));
             }
         };
         if (!copy_.Read(file_, entry, write)) {
             report_.Fail(entry.name, "not extracted, it is damaged in " + Printable(file_.Path()) +
-                                         "; take another copy of that");
+                                         "; 'krstream repair' saves what is left");
             return;
         }
         target.Keep();

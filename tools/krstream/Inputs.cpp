@@ -20,14 +20,15 @@ public:
 
     void AddArgument(const fs::path& folder, const std::string& argument) {
         if (argument.empty()) {
-            throw Failure("an empty path names nothing; nothing was written");
+            throw Failure("an empty path names nothing; '.' is the current folder, nothing was "
+                          "written");
         }
         const fs::path path = folder / argument;
         std::error_code error;
         const fs::file_type type = fs::status(path, error).type();
         if (type == fs::file_type::not_found || type == fs::file_type::none) {
-            throw Failure(path.native(),
-                          "cannot be read: " + error.message() + "; nothing was written");
+            throw Failure(path.native(), "cannot be read: " + error.message() +
+                                             "; check the name, nothing was written");
         }
         const std::optional<std::string> name = EntryName(argument);
         if (!name) {
@@ -78,7 +79,8 @@ private:
         }
         if (error) {
             report_.Fail(folder.native(),
-                         "cannot be listed: " + error.message() + "; what is in it may be missing");
+                         "cannot be listed: " + error.message() +
+                             "; what is in it may be missing, check its permissions");
         }
         std::sort(children.begin(), children.end(), [](const auto& a, const auto& b) {
             return a.path().native() < b.path().native();
@@ -94,7 +96,8 @@ private:
         const bool isLink = child.is_symlink(error);
         const fs::file_type type = isLink ? fs::status(path, error).type() : KnownType(child);
         if (isLink && type == fs::file_type::directory) {
-            report_.Skip(path.native(), "skipped, a link to a folder");
+            report_.Skip(path.native(),
+                         "skipped, a link to a folder; name it as a PATH to store what is in it");
             return;
         }
         const std::string leaf = path.filename().native();
@@ -130,11 +133,13 @@ void CheckNames(const std::vector<Input>& inputs) {
     std::unordered_map<std::string, const Input*> seen;
     for (const Input& input : inputs) {
         if (input.name.empty()) {
-            throw Failure(input.path, "gives an empty entry name; nothing was written");
+            throw Failure(input.path,
+                          "gives an empty entry name; take another name, nothing was written");
         }
         if (input.name.size() > DirEntry::kMaxNameLength) {
             throw Failure(input.name,
-                          "an entry name over 256 bytes; shorten it, nothing was written");
+                          "an entry name of " + std::to_string(input.name.size()) +
+                              " bytes, which is over 256; shorten it, nothing was written");
         }
         if (IsFreeListName(input.name)) {
             throw Failure(input.name,

@@ -16,8 +16,7 @@ void WriteSvg(const Options& options, const Pictured& pictured) {
                       replaced ? OutputFile::Existing::Replace : OutputFile::Existing::Refuse);
     const int error = WriteAll(output.Descriptor(), DrawSvg(pictured));
     if (error != 0) {
-        throw Failure(options.target, "could not be written: " + ErrorText(error) +
-                                          "; make room or write elsewhere");
+        throw Failure(options.target, "could not be written: " + WriteErrorText(error));
     }
     output.PutInPlace();
 }

@@ -31,11 +31,19 @@ std::size_t Distance(std::string_view a, std::string_view b) {
 std::string NearestWord(std::string_view typed, const std::vector<std::string>& words) {
     constexpr std::size_t kMaxLength = 64;
     std::string nearest;
+    if (typed.size() > kMaxLength) {
+        return nearest;
+    }
     // A third of the letters may be wrong.
-    std::size_t best = std::min(typed.size(), kMaxLength) / 3 + 2;
+    std::size_t best = typed.size() / 3 + 1;
     for (const std::string& word : words) {
-        if (typed.size() <= kMaxLength && Distance(typed, word) < best) {
-            best = Distance(typed, word);
+        const std::size_t longer = std::max(typed.size(), word.size());
+        if (longer - std::min(typed.size(), word.size()) > best) {
+            continue;
+        }
+        const std::size_t distance = Distance(typed, word);
+        if (distance < best) {
+            best = distance;
             nearest = word;
         }
     }

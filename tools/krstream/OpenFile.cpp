@@ -8,7 +8,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include <fcntl.h>
@@ -169,5 +171,12 @@ bool CloseWritten(CompoundFile& file, const std::string& path) {
 }
 
 Failure WriteFailure(const std::string& subject) {
-    return {subject, "could not be written; see whether the disk is full, then try again"};
+    constexpr std::uintmax_t kNothing = 64UL * 1024;
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::path(subject).parent_path();
+    const auto space = std::filesystem::space(folder.empty() ? "." : folder, error);
+    if (!error && space.available < kNothing) {
+        return {subject, "could not be written, the disk is full; make room, then try again"};
+    }
+    return {subject, "could not be written; check the disk, quotas and limits, then try again"};
 }

@@ -58,16 +58,16 @@ UniqueFd HoldReplaced(const std::string& path, bool force) {
     if (lstat(path.c_str(), &status) != 0) {
         return UniqueFd();
     }
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        throw Failure(path, "is not a file, so it is not replaced; take another name");
+    }
     if (!force) {
         throw Failure(path, "is there already; use --force to replace it");
     }
     UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    if (!fd || fstat(fd.Get(), &status) != 0) {
+    if (!fd) {
         throw Failure(path, "cannot be opened: " + ErrorText(errno) +
                                 "; check its permissions or take another name");
-    }
-    if (!S_ISREG(status.st_mode)) {
-        throw Failure(path, "is not a file, so it is not replaced; take another name");
     }
     if (IsLockedElsewhere(fd.Get(), LOCK_EX)) {
         throw Failure(path, "is in use by another program; try again when that is done with it",

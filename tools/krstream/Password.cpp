@@ -22,7 +22,8 @@ std::string ReadLine(int fd, const std::string& source) {
     while ((count = ReadSome(fd, &c, 1)) == 1 && c != '\n') {
         if (c == '\0' || line.size() == kMaxLength) {
             throw Failure(source,
-                          "its first line is no password: it has a NUL byte or over 1024 bytes",
+                          "its first line is no password: it has a NUL byte or over 1024 bytes; "
+                          "check that it is the right file",
                           ExitStatus::Password);
         }
         line += c;

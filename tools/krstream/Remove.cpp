@@ -25,8 +25,8 @@ ExitStatus Remove(const Options& options) {
             report.CountDone();
         } else {
             report.Fail(entry.name,
-                        "could not be deleted, it is damaged or the disk is full; extract "
-                        "what is whole and create a new file");
+                        "could not be deleted, it is damaged or the disk is full; make room, or "
+                        "save what is left with 'krstream repair'");
             file.Recover();
         }
     }

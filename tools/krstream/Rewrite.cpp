@@ -30,8 +30,8 @@ void Rewrite(OpenFile& file, const std::string& password) {
     }
     if (fresh.Handle().GetNumDirEntrys() != count) {
         throw Failure(file.Path(),
-                      "two entries have the same name, so nothing was changed; extract "
-                      "what you need and create a new file");
+                      "two entries have the same name, so nothing was changed; 'krstream repair' "
+                      "makes a new file in which they have two");
     }
     fresh.PutInPlace();
 }

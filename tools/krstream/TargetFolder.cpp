@@ -23,7 +23,7 @@ NotExtracted Refused(const std::string& what) {
 }
 
 NotExtracted SystemError(const std::string& what) {
-    return {what + ": " + ErrorText(errno), NotExtracted::Reason::Error};
+    return {what + ": " + WriteErrorText(errno), NotExtracted::Reason::Error};
 }
 
 UniqueFd OpenFolder(int parent, const std::string& name) {

@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <exception>
+#include <new>
 
 namespace {
 
@@ -18,6 +19,9 @@ ExitStatus Run(int argc, const char* const* argv) {
         return failure.Status();
     } catch (const Interrupted&) {
         EndByInterrupt();
+    } catch (const std::bad_alloc&) {
+        PrintMessage("there is not enough memory; nothing more was done, close other programs");
+        return ExitStatus::Failed;
     } catch (const std::exception& error) {
         PrintMessage(Printable(error.what()) + "; nothing more was done");
         return ExitStatus::Failed;
