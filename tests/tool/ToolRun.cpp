@@ -17,6 +17,7 @@ namespace {
 /// `command` begins with the program.
 std::vector<char*> ArgumentVector(const std::vector<std::string>& command) {
     std::vector<char*> vector;
+    vector.reserve(command.size() + 1);
     for (const std::string& argument : command) {
         vector.push_back(const_cast<char*>(argument.c_str()));
     }

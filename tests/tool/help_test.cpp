@@ -63,10 +63,11 @@ TEST_F(HelpTest, EveryExampleWorks) {
     EXPECT_EQ(helps.size(), 15U);
     for (const auto& [command, help] : helps) {
         MakeWorld(command);
+        const std::string enter = "cd " + command + " && ";
         const std::vector<std::string> examples = Examples(help);
         EXPECT_FALSE(examples.empty()) << command;
         for (const std::string& example : examples) {
-            const ToolResult result = Shell("cd " + command + " && " + example);
+            const ToolResult result = Shell(enter + example);
             EXPECT_EQ(result.status, 0) << example << '\n' << result.err;
             EXPECT_EQ(result.err, "") << example;
         }

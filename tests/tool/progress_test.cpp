@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 TEST(ProgressLineTest, TellsShareRateAndRemainingTime) {
-    constexpr std::uint64_t kMiB = 1024 * 1024;
+    constexpr std::uint64_t kMiB = 1U << 20U;
     const struct {
         Work work;
         std::size_t columns;

@@ -3,6 +3,7 @@
 #include "Amounts.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -14,7 +15,7 @@ constexpr std::size_t kShortestBar = 10;
 std::string Duration(double seconds) {
     // A stalled disk makes any number of days.
     constexpr double kLongest = 99.0 * 3600;
-    const auto whole = static_cast<unsigned>(std::min(seconds, kLongest) + 0.5);
+    const auto whole = static_cast<unsigned>(std::lround(std::min(seconds, kLongest)));
     char text[32];
     if (whole < 3600) {
         std::snprintf(text, sizeof text, "%u:%02u", whole / 60, whole % 60);

@@ -67,12 +67,15 @@ std::string OptionSpecs(const CLI::Option& option) {
     const std::string value =
         placeholder.empty() ? "" : ':' + placeholder + ':' + ActionOf(placeholder, false);
     const std::string rest = '[' + Quoted(option.get_description()) + ']' + value + '\'';
+    const auto spec = [&](const std::string& name, const char* joint) {
+        return " '" + name + (value.empty() ? "" : joint) + rest;
+    };
     std::string specs;
     for (const std::string& name : option.get_snames()) {
-        specs += " '-" + name + (value.empty() ? "" : "+") + rest;
+        specs += spec('-' + name, "+");
     }
     for (const std::string& name : option.get_lnames()) {
-        specs += " '--" + name + (value.empty() ? "" : "=") + rest;
+        specs += spec("--" + name, "=");
     }
     return specs;
 }
