@@ -112,6 +112,7 @@ TEST_F(MapTest, PicturesShowEveryBlockOnce) {
     EXPECT_TRUE(Has(titles, "long <&>\\n, piece 2 of 2: blocks 11 to 14"));
     EXPECT_TRUE(Has(Texts(ReadFile("large.kr.svg"), "text"), "28 other entries"));
     EXPECT_TRUE(Has(Texts(ReadFile("damaged.kr.svg"), "text"), "damaged"));
+    EXPECT_NE(Run({"map", "damaged.kr"}).out.find(" #%!!!!...#????"), std::string::npos);
 }
 
 TEST_F(MapTest, APictureReplacesNothingUnasked) {

@@ -1,3 +1,4 @@
+#include "tools/krstream/Amounts.h"
 #include "tools/krstream/ProgressLine.h"
 
 #include <gtest/gtest.h>
@@ -27,5 +28,24 @@ TEST(ProgressLineTest, TellsShareRateAndRemainingTime) {
     for (const auto& one : cases) {
         EXPECT_EQ(ProgressLine(one.work, one.columns), one.line);
         EXPECT_LT(ProgressLine(one.work, one.columns).size(), one.columns);
+    }
+}
+
+TEST(AmountsTest, SizesNeverShowMoreThanFourDigits) {
+    const struct {
+        std::uint64_t bytes;
+        const char* text;
+    } cases[] = {
+        {0, "0 B"},
+        {1023, "1023 B"},
+        {1024, "1.0 KiB"},
+        {1587, "1.5 KiB"},
+        {1048524, "1023.9 KiB"},
+        {1048525, "1.0 MiB"},
+        {1U << 30U, "1.0 GiB"},
+        {UINT64_MAX, "16.0 EiB"},
+    };
+    for (const auto& one : cases) {
+        EXPECT_EQ(ReadableSize(one.bytes), one.text) << one.bytes;
     }
 }

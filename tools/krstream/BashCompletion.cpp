@@ -11,7 +11,7 @@
 namespace {
 
 /// The tables stand where the words in @ are.
-constexpr const char* kScript = R"bash(# Completion of krstream in bash.
+constexpr const char* kBashScript = R"bash(# Completion of krstream in bash.
 
 # Prints the options of the command $1.
 _krstream_options() {
@@ -233,7 +233,7 @@ std::string Commands() {
 } // namespace
 
 std::string BashCompletion(const CLI::App& app) {
-    std::string script = kScript;
+    std::string script = kBashScript;
     boost::replace_all(script, "@options@", OptionTable(app));
     boost::replace_all(script, "@values@", ValueTable(app));
     boost::replace_all(script, "@arguments@", ArgumentTable(app));

@@ -30,7 +30,7 @@ std::uint64_t BytesThere(const Recovery::Entry& entry) {
 
 } // namespace
 
-BlockMap::BlockMap(const Recovery::File& file)
+BlockMap::BlockMap(Recovery::File& file)
     : blockCount_(file.Blocks().size()),
       entryPieces_(file.Entries().size()),
       groups_(EmptyGroups()) {
@@ -38,7 +38,7 @@ BlockMap::BlockMap(const Recovery::File& file)
         names_.push_back(entry.name);
     }
     Rank(file.Entries());
-    FindPieces(file.Blocks());
+    FindPieces(LookOver(file), file.Blocks());
 }
 
 void BlockMap::Rank(const std::vector<Recovery::Entry>& entries) {
@@ -83,9 +83,31 @@ Look BlockMap::LookOf(const Recovery::Block& block) const {
     }
 }
 
-void BlockMap::FindPieces(const std::vector<Recovery::Block>& blocks) {
-    for (std::uint64_t i = 0; i < blocks.size(); ++i) {
-        const Look look = LookOf(blocks[i]);
+std::vector<Look> BlockMap::LookOver(Recovery::File& file) {
+    std::vector<Look> looks;
+    looks.reserve(file.Blocks().size());
+    for (const Recovery::Block& block : file.Blocks()) {
+        looks.push_back(LookOf(block));
+    }
+    // Whose a block is can be known although the block cannot be used as it is.
+    for (const Recovery::Finding& finding : file.Check()) {
+        if (finding.severity != Recovery::Severity::Damage) {
+            continue;
+        }
+        ++damageFindings_;
+        // An entry that lacks bytes has nothing wrong in the block where it begins.
+        const bool ofBlocks = finding.kind != Recovery::Kind::SizeOverChain;
+        for (std::uint32_t i = 0; ofBlocks && i < finding.blockCount; ++i) {
+            looks[finding.block - 1 + i] = Look::Damaged;
+        }
+    }
+    return looks;
+}
+
+void BlockMap::FindPieces(const std::vector<Look>& looks,
+                          const std::vector<Recovery::Block>& blocks) {
+    for (std::uint64_t i = 0; i < looks.size(); ++i) {
+        const Look look = looks[i];
         const std::uint32_t entry = IsOfEntry(look) ? blocks[i].owner : 0;
         Group& group = groups_[Index(look)];
         ++group.blocks;

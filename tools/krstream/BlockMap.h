@@ -48,7 +48,7 @@ struct Piece {
 /// What a file's blocks belong to, ready to be drawn.
 class BlockMap {
 public:
-    explicit BlockMap(const Recovery::File& file);
+    explicit BlockMap(Recovery::File& file);
 
     /// What is drawn with one look: an entry, all other entries together, or blocks of one role.
     struct Group {
@@ -75,13 +75,18 @@ public:
     Group Entries() const;
     std::uint64_t EntriesInOnePiece() const;
     std::uint64_t BlockCount() const { return blockCount_; }
+    /// How many findings of damage a check has; not all are about blocks.
+    std::uint64_t DamageFindings() const { return damageFindings_; }
 
 private:
     void Rank(const std::vector<Recovery::Entry>& entries);
-    void FindPieces(const std::vector<Recovery::Block>& blocks);
+    void FindPieces(const std::vector<Look>& looks, const std::vector<Recovery::Block>& blocks);
     Look LookOf(const Recovery::Block& block) const;
+    /// The look of each block.
+    std::vector<Look> LookOver(Recovery::File& file);
 
     std::uint64_t blockCount_;
+    std::uint64_t damageFindings_ = 0;
     std::vector<Piece> pieces_;
     std::vector<std::string> names_;
     /// By entry.

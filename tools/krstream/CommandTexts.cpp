@@ -4,16 +4,16 @@
 
 namespace {
 
-constexpr const char* kChanging = "Make and change files";
-constexpr const char* kReading = "Look into files and take out";
-constexpr const char* kPasswords = "Passwords";
-constexpr const char* kDamage = "Damage";
+constexpr const char* kChangingGroup = "Make and change files";
+constexpr const char* kReadingGroup = "Look into files and take out";
+constexpr const char* kPasswordGroup = "Passwords";
+constexpr const char* kDamageGroup = "Damage";
 
 std::vector<CommandText> ChangingTexts() {
     return {
         {"create",
          {"c"},
-         kChanging,
+         kChangingGroup,
          "Make FILE from files and folders",
          "Folders are stored with all that is in them. An entry's name is the path\n"
          "as given. A FILE that is there is replaced only with --force, when the new\n"
@@ -22,7 +22,7 @@ std::vector<CommandText> ChangingTexts() {
           {"Pack what is in a folder, without its name", "krstream create all.kr -C drawings ."}}},
         {"add",
          {"a"},
-         kChanging,
+         kChangingGroup,
          "Add or replace entries",
          "FILE is changed in place; entries of the same name, whatever the case of A\n"
          "to Z, are replaced. PATH '-' is standard input.",
@@ -31,14 +31,14 @@ std::vector<CommandText> ChangingTexts() {
            "date | krstream add project.kr - --name saved-at"}}},
         {"rm",
          {"d"},
-         kChanging,
+         kChangingGroup,
          "Delete entries",
          "Their blocks are free for other entries then; 'krstream compact' makes the\n"
          "file smaller.",
          {{"Delete two entries", "krstream rm project.kr notes.txt drawings/plan.txt"}}},
         {"compact",
          {},
-         kChanging,
+         kChangingGroup,
          "Rewrite FILE without its unused blocks",
          "The new file takes FILE's place when it is whole. Prints the size before\n"
          "and after.",
@@ -51,7 +51,7 @@ std::vector<CommandText> ReadingTexts() {
     return {
         {"list",
          {"ls", "l"},
-         kReading,
+         kReadingGroup,
          "List entries by name",
          "One name a line. With --long, marks show what is special: e enciphered, r\n"
          "the library's record of free blocks, ! larger than the file can hold. No\n"
@@ -62,7 +62,7 @@ std::vector<CommandText> ReadingTexts() {
           {"Everything for a program", "krstream list --json project.kr"}}},
         {"cat",
          {},
-         kReading,
+         kReadingGroup,
          "Write entries to standard output",
          "One after the other, in the order of the NAMEs.",
          {{"Read an entry", "krstream cat project.kr notes.txt"},
@@ -70,7 +70,7 @@ std::vector<CommandText> ReadingTexts() {
            "krstream cat secret.kr notes.txt --password-file password.txt | grep call"}}},
         {"extract",
          {"x"},
-         kReading,
+         kReadingGroup,
          "Write entries to files",
          "All, or the NAMEd ones, to the current folder or to DIR. Nothing is\n"
          "written outside it, and files that are there are replaced only with\n"
@@ -80,7 +80,7 @@ std::vector<CommandText> ReadingTexts() {
            "krstream extract project.kr notes.txt --force"}}},
         {"info",
          {},
-         kReading,
+         kReadingGroup,
          "Show what FILE is made of",
          "Version, encryption, entries, blocks in use and free. No password is\n"
          "needed.",
@@ -88,7 +88,7 @@ std::vector<CommandText> ReadingTexts() {
           {"For programs", "krstream info --json project.kr"}}},
         {"map",
          {},
-         kReading,
+         kReadingGroup,
          "Draw what the blocks of FILE are used for",
          "In the terminal, or as an SVG picture: which entries lie in how many\n"
          "pieces, and what is free or damaged. No password is needed.",
@@ -101,7 +101,7 @@ std::vector<CommandText> ProtectingTexts() {
     return {
         {"encrypt",
          {},
-         kPasswords,
+         kPasswordGroup,
          "Set a password",
          "Entries are enciphered; names, times and sizes stay readable. The password\n"
          "is asked for at the terminal, or is the first line of a file.",
@@ -109,14 +109,14 @@ std::vector<CommandText> ProtectingTexts() {
            "krstream encrypt project.kr --password-file password.txt"}}},
         {"decrypt",
          {},
-         kPasswords,
+         kPasswordGroup,
          "Remove the password",
          "FILE is rewritten in plain, and takes its own place when it is whole.",
          {{"Take the password from a file",
            "krstream decrypt secret.kr --password-file password.txt"}}},
         {"passwd",
          {},
-         kPasswords,
+         kPasswordGroup,
          "Change the password",
          "FILE is rewritten under the new one. Both passwords are asked for unless\n"
          "files are given.",
@@ -124,7 +124,7 @@ std::vector<CommandText> ProtectingTexts() {
                                    "--new-password-file new-password.txt"}}},
         {"check",
          {},
-         kDamage,
+         kDamageGroup,
          "Look for damage in FILE",
          "A line for each finding: 'damage' where bytes are lost or in danger,\n"
          "'notice' where space is wasted at most. No line and status 0 for a sound\n"
@@ -134,7 +134,7 @@ std::vector<CommandText> ProtectingTexts() {
           {"For programs", "krstream check --json project.kr"}}},
         {"repair",
          {},
-         kDamage,
+         kDamageGroup,
          "Save what is left of FILE in a new file",
          "FILE stays as it is. A line for each entry tells whether all of it was\n"
          "saved.",

@@ -112,7 +112,7 @@ std::string ExitStatuses() {
     return statuses;
 }
 
-constexpr const char* kDescription = R"(.SH DESCRIPTION
+constexpr const char* kDescriptionSection = R"(.SH DESCRIPTION
 .B krstream
 shows and changes files that hold many named byte streams, called entries.
 Space that one entry frees is used by the next.
@@ -128,7 +128,7 @@ In messages, and in what goes to a terminal, control characters, backslashes
 and bytes that are not UTF\-8 show as escapes.
 )";
 
-constexpr const char* kPasswords = R"(.SH PASSWORDS
+constexpr const char* kPasswordSection = R"(.SH PASSWORDS
 A password is never an argument, where other users could see it.
 It is the first line of the file that
 .B \-\-password\-file
@@ -138,7 +138,7 @@ or asked for at the terminal.
 An empty one is refused.
 )";
 
-constexpr const char* kSurroundings = R"(.SH ENVIRONMENT
+constexpr const char* kLastSections = R"(.SH ENVIRONMENT
 .TP
 .B NO_COLOR
 When set and not empty, the drawing of
@@ -163,6 +163,6 @@ std::string ManualPage(const CLI::App& app) {
            ".SH NAME\nkrstream \\- files that hold many named byte streams\n" +
            ".SH SYNOPSIS\n.B krstream\n.I COMMAND FILE\n\\&...\n.br\n.B krstream\n.I "
            "COMMAND\n.B \\-\\-help\n" +
-           kDescription + CommandSections(app) + GeneralOptions(app) + kPasswords + ExitStatuses() +
-           kSurroundings + ".SH SEE ALSO\n.BR tar (1)\n";
+           kDescriptionSection + CommandSections(app) + GeneralOptions(app) + kPasswordSection +
+           ExitStatuses() + kLastSections + ".SH SEE ALSO\n.BR tar (1)\n";
 }

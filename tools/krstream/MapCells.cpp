@@ -22,6 +22,7 @@ MapCells::MapCells(const BlockMap& map, std::uint64_t maxCells) : hiding_(kLookC
         blocksPerCell_ *= 2;
     }
     count_ = CellsFor(map.BlockCount(), blocksPerCell_);
+    FindStarts(map);
     if (blocksPerCell_ == 1) {
         RunPerPiece(map);
     } else {
@@ -31,6 +32,15 @@ MapCells::MapCells(const BlockMap& map, std::uint64_t maxCells) : hiding_(kLookC
 
 std::vector<std::uint64_t> MapCells::Hiding(Look look) const {
     return hiding_[Index(look)];
+}
+
+void MapCells::FindStarts(const BlockMap& map) {
+    for (const Piece& piece : map.Pieces()) {
+        const std::uint64_t cell = (piece.first - 1) / blocksPerCell_;
+        if (piece.look <= Look::OtherEntry && (starts_.empty() || starts_.back() != cell)) {
+            starts_.push_back(cell);
+        }
+    }
 }
 
 void MapCells::RunPerPiece(const BlockMap& map) {

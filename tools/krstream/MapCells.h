@@ -35,6 +35,8 @@ public:
     std::uint64_t BlocksPerCell() const { return blocksPerCell_; }
     std::uint64_t Count() const { return count_; }
     const std::vector<CellRun>& Runs() const { return runs_; }
+    /// Cells in which a piece of an entry begins, in order.
+    const std::vector<std::uint64_t>& Starts() const { return starts_; }
     /// Cells whose looks do not show that they have blocks of such a look, in order.
     std::vector<std::uint64_t> Hiding(Look look) const;
 
@@ -47,6 +49,7 @@ private:
         Counts begin = Counts(kLookCount);
     };
 
+    void FindStarts(const BlockMap& map);
     void RunPerPiece(const BlockMap& map);
     void SumUp(const BlockMap& map);
     void AddCell(std::uint64_t number, const Cell& cell);
@@ -54,5 +57,6 @@ private:
     std::uint64_t blocksPerCell_ = 1;
     std::uint64_t count_;
     std::vector<CellRun> runs_;
+    std::vector<std::uint64_t> starts_;
     std::vector<std::vector<std::uint64_t>> hiding_;
 };

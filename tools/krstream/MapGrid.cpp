@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr int kWidth = 832;
+constexpr int kGridWidth = 832;
 
 std::uint64_t CellsPerRowFor(std::uint64_t cells) {
     constexpr std::uint64_t kFew = 64;
@@ -20,7 +20,7 @@ std::uint64_t CellsPerRowFor(std::uint64_t cells) {
 MapGrid::MapGrid(std::uint64_t cells, int left, int top)
     : cells_(cells),
       perRow_(CellsPerRowFor(cells)),
-      cell_(kWidth / static_cast<int>(perRow_)),
+      cell_(kGridWidth / static_cast<int>(perRow_)),
       left_(left),
       top_(top) {}
 

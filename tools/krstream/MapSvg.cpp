@@ -5,6 +5,7 @@
 #include "MapStyle.h"
 #include "MapText.h"
 #include "Names.h"
+#include "OpenFile.h"
 #include "Svg.h"
 
 #include <algorithm>
@@ -13,13 +14,12 @@
 namespace {
 
 constexpr std::uint64_t kMaxCells = 3072;
-constexpr int kWidth = 936;
+constexpr int kPictureWidth = 936;
 constexpr int kMargin = 24;
 constexpr int kGridLeft = 80;
 constexpr int kGridRight = 912;
 constexpr int kLineHeight = 19;
 constexpr int kLegendRow = 24;
-constexpr std::uint64_t kBlockSize = 1024;
 constexpr const char* kQuietColour = "#52606d";
 constexpr const char* kDamageColour = "#b00020";
 
@@ -36,11 +36,11 @@ std::string Halo(Look look) {
 /// What every picture begins with: the hatched fills, its own background, the kinds of text.
 std::string Frame(int height, int cell) {
     const std::string size =
-        "width='" + std::to_string(kWidth) + "' height='" + std::to_string(height) + "'";
+        "width='" + std::to_string(kPictureWidth) + "' height='" + std::to_string(height) + "'";
     const std::string side = std::to_string(cell);
     const std::string square = "width='" + side + "' height='" + side + "'";
     return "<svg xmlns='http://www.w3.org/2000/svg' " + size + " viewBox='0 0 " +
-           std::to_string(kWidth) + ' ' + std::to_string(height) +
+           std::to_string(kPictureWidth) + ' ' + std::to_string(height) +
            "' font-family='system-ui, DejaVu Sans, sans-serif' font-size='13' "
            "fill='#1f2933'>\n"
            "<defs>\n"
@@ -78,16 +78,14 @@ std::string Run(const CellRun& run, const Pictured& pictured, const MapCells& ce
            Path(parts, StyleOf(run.left).fill) + "</g>\n";
 }
 
-/// A bar where each piece of an entry begins.
+/// A bar at each cell in which a piece of an entry begins.
 std::string PieceStarts(const MapCells& cells, const MapGrid& grid) {
     std::string path;
     const int width = std::clamp(grid.Cell() / 8, 2, 4);
-    for (const CellRun& run : cells.Runs()) {
-        if (run.left <= Look::OtherEntry) {
-            path += RectanglePath(grid.X(run.firstCell), grid.Y(run.firstCell), width, grid.Cell());
-        }
+    for (const std::uint64_t cell : cells.Starts()) {
+        path += RectanglePath(grid.X(cell), grid.Y(cell), width, grid.Cell());
     }
-    return Path(path, "#000");
+    return path.empty() ? path : Path(path, "#000");
 }
 
 /// The symbol in a run's first cell, with the number of the piece where there is room for it.
@@ -156,11 +154,12 @@ std::vector<std::string> Notes(const MapCells& cells) {
     std::vector<std::string> notes = {
         "A cell is " + std::to_string(cells.BlocksPerCell()) + " blocks, " +
         ReadableSize(cells.BlocksPerCell() * kBlockSize) + "," + order};
-    std::string looks = "Its one or two colours are what most of its blocks are.";
-    looks += cells.Hiding(Look::Directory).empty() ? "" : " Black corner: also a directory block.";
+    std::string looks = "Its one or two colours are what most of its blocks are. "
+                        "Black bar: a piece of an entry begins.";
+    looks += cells.Hiding(Look::Directory).empty() ? "" : " Black corner: directory.";
     looks += cells.Hiding(Look::Damaged).empty() && cells.Hiding(Look::Orphan).empty()
                  ? ""
-                 : " Red corner: also damaged ones.";
+                 : " Red corner: damage.";
     notes.push_back(looks);
     return notes;
 }
@@ -230,8 +229,7 @@ std::string Grid(const Pictured& pictured, const MapCells& cells, const MapGrid&
             std::string("<g transform='translate(0 ") + std::to_string(grid.Top()) + ")'>" +
             Path(MapGrid(cells.Count(), grid.Left(), 0).Area(0, cells.Count()), "url(#grid)") +
             "</g>\n";
-    text += cells.BlocksPerCell() == 1 ? PieceStarts(cells, grid) : Corners(cells, grid);
-    text += "</g>\n";
+    text += PieceStarts(cells, grid) + Corners(cells, grid) + "</g>\n";
     text += cells.BlocksPerCell() == 1 ? Symbols(cells, pictured.map, grid) : "";
     return text + RowLabels(cells, grid);
 }

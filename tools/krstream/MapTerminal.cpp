@@ -15,11 +15,11 @@ constexpr std::size_t kMaxRows = 16;
 constexpr std::size_t kMinCellsPerRow = 16;
 constexpr std::size_t kMaxCellsPerRow = 128;
 /// The number of a row's first block, and a blank.
-constexpr std::size_t kMargin = 11;
+constexpr std::size_t kNumberColumns = 11;
 
 std::size_t CellsPerRow(std::size_t columns) {
     std::size_t cells = kMinCellsPerRow;
-    while (cells * 2 <= kMaxCellsPerRow && cells * 2 + kMargin <= columns) {
+    while (cells * 2 <= kMaxCellsPerRow && cells * 2 + kNumberColumns <= columns) {
         cells *= 2;
     }
     return cells;
@@ -70,7 +70,8 @@ std::string Rows(const MapCells& cells, std::size_t perRow, bool colours) {
         for (std::uint64_t at = run.firstCell; at < end;) {
             if (at % perRow == 0) {
                 text += (at == 0 ? "" : "\n") +
-                        Padded(std::to_string(at * cells.BlocksPerCell() + 1), kMargin - 1) + ' ';
+                        Padded(std::to_string(at * cells.BlocksPerCell() + 1), kNumberColumns - 1) +
+                        ' ';
             }
             const std::uint64_t next = std::min(end, (at / perRow + 1) * perRow);
             text += CellText(run, at, next - at, colours);
@@ -80,7 +81,7 @@ std::string Rows(const MapCells& cells, std::size_t perRow, bool colours) {
     return text + "\n\n";
 }
 
-std::string LegendLine(const BlockMap::Group& group, bool colours) {
+std::string LegendRow(const BlockMap::Group& group, bool colours) {
     const std::string symbol(1, StyleOf(group.look).symbol);
     const bool entry = group.look <= Look::OtherEntry;
     std::string line = (colours ? Coloured(symbol, group.look) : symbol) +
@@ -116,7 +117,7 @@ std::string DrawText(const Pictured& pictured, std::size_t columns, bool colours
     }
     text += '\n' + Rows(cells, perRow, colours);
     for (const BlockMap::Group& group : pictured.map.Groups()) {
-        text += LegendLine(group, colours);
+        text += LegendRow(group, colours);
     }
     return text + '\n' + CellsNote(cells, colours);
 }

@@ -2,16 +2,15 @@
 
 #include "Amounts.h"
 #include "Names.h"
+#include "OpenFile.h"
 
 #include <cstdio>
 
 namespace {
 
-constexpr std::uint64_t kBlock = 1024;
-
 std::string SizeLine(const BlockMap& map, bool encrypted) {
-    std::string line = ReadableSize(map.BlockCount() * kBlock) + (encrypted ? ", encrypted" : "") +
-                       ", " + Counted(map.BlockCount(), "block");
+    std::string line = ReadableSize(map.BlockCount() * kBlockSize) +
+                       (encrypted ? ", encrypted" : "") + ", " + Counted(map.BlockCount(), "block");
     if (map.BlockCount() == 0) {
         return "an empty file: it has no blocks yet";
     }
@@ -59,10 +58,11 @@ std::vector<std::string> SummaryLines(const BlockMap& map, bool encrypted) {
 std::string DamageLine(const BlockMap& map) {
     const std::uint64_t damaged = map.Of(Look::Damaged).blocks;
     const std::uint64_t orphans = map.Of(Look::Orphan).blocks;
-    if (damaged + orphans == 0) {
+    if (damaged + orphans + map.DamageFindings() == 0) {
         return "";
     }
-    return Counted(damaged, "block") + " damaged, " + std::to_string(orphans) +
+    return Counted(map.DamageFindings(), "finding") + " of damage, in " +
+           Counted(damaged, "block") + "; " + std::to_string(orphans) +
            " in use but part of nothing; 'krstream check' tells more";
 }
 

@@ -6,7 +6,7 @@
 /// Printable text as the content of an element.
 std::string Xml(const std::string& text);
 
-/// At most `length` characters of printable text; what is left out shows in the middle.
+/// Printable text in the room of `length` letters; what is left out shows in the middle.
 std::string Shortened(const std::string& text, std::size_t length);
 
 /// A text element; `content` is XML.

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr const char* kScript = R"zsh(#compdef krstream
+constexpr const char* kZshScript = R"zsh(#compdef krstream
 # Completion of krstream in zsh.
 
 _krstream_entries() {
@@ -114,7 +114,7 @@ std::string ZshCompletion(const CLI::App& app) {
         const CLI::App& command = *app.get_subcommand(text.name);
         cases += ") _arguments -s" + AllOptionSpecs(command) + ArgumentSpecs(command) + " ;;\n";
     }
-    std::string script = kScript;
+    std::string script = kZshScript;
     boost::replace_all(script, "@commands@", commands);
     boost::replace_all(script, "@general@", AllOptionSpecs(app));
     boost::replace_all(script, "@cases@", cases);
