@@ -141,3 +141,17 @@ TEST_F(HelpTest, BashCompletesCommandsOptionsAndEntries) {
         EXPECT_EQ(Shell("zsh -n _krstream").status, 0);
     }
 }
+
+TEST_F(HelpTest, TheToolIsInstalledWithItsDocuments) {
+    const ToolResult result = Shell("DESTDIR=$PWD/root cmake --install '" KRSTREAM_BUILD
+                                    "' --component tool --prefix /usr");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(Shell("test -x root/usr/bin/krstream").status, 0);
+    const std::map<std::string, std::string> made = {
+        {"man", "root/usr/share/man/man1/krstream.1"},
+        {"bash", "root/usr/share/bash-completion/completions/krstream"},
+        {"zsh", "root/usr/share/zsh/vendor-completions/_krstream"}};
+    for (const auto& [kind, path] : made) {
+        EXPECT_EQ(ReadFile(path), Run({"--generate", kind}).out) << kind;
+    }
+}

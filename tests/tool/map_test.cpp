@@ -49,6 +49,21 @@ std::set<std::size_t> DrawnBlocks(const std::string& svg) {
     return drawn;
 }
 
+/// The cells of a drawing in text, a row each.
+std::vector<std::string> Rows(const std::string& text) {
+    static const std::regex kRow(" +[0-9]+ ([#%.?!A-Oa-o]+)");
+    std::istringstream lines(text);
+    std::vector<std::string> rows;
+    std::string line;
+    std::smatch match;
+    while (std::getline(lines, line)) {
+        if (std::regex_match(line, match, kRow)) {
+            rows.push_back(match[1]);
+        }
+    }
+    return rows;
+}
+
 bool Has(const std::vector<std::string>& texts, const std::string& text) {
     return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
@@ -113,6 +128,40 @@ TEST_F(MapTest, PicturesShowEveryBlockOnce) {
     EXPECT_TRUE(Has(Texts(ReadFile("large.kr.svg"), "text"), "28 other entries"));
     EXPECT_TRUE(Has(Texts(ReadFile("damaged.kr.svg"), "text"), "damaged"));
     EXPECT_NE(Run({"map", "damaged.kr"}).out.find(" #%!!!!...#????"), std::string::npos);
+}
+
+TEST_F(MapTest, LargeFilesHaveSeveralBlocksInACell) {
+    const struct {
+        std::size_t blocks;
+        std::size_t perCharacter;
+        std::size_t perCell;
+    } cases[] = {{1024, 1, 1}, {1025, 2, 1}, {3072, 4, 1}, {3073, 4, 2}, {9000, 16, 4}};
+    for (const auto& one : cases) {
+        // The directory, the record of free blocks, and the entry with what is left.
+        const std::size_t record = (one.blocks + 21 + 1002) / 1003;
+        WriteFile("f.kr", FileOf({{"a", std::string((one.blocks - record - 1) * 1003 - 1, 'a')}}));
+        ASSERT_EQ(ReadFile("f.kr").size() / 1024, one.blocks);
+        const std::string text = Run({"map", "f.kr"}).out;
+        std::size_t characters = 0;
+        std::size_t rows = 0;
+        for (const std::string& row : Rows(text)) {
+            characters += row.size();
+            ++rows;
+        }
+        EXPECT_EQ(characters, (one.blocks + one.perCharacter - 1) / one.perCharacter) << text;
+        EXPECT_LE(rows, 16U);
+        EXPECT_NE(text.find(one.perCharacter == 1
+                                ? "A character is one block"
+                                : "A character is " + std::to_string(one.perCharacter) + " blocks"),
+                  std::string::npos)
+            << text;
+        ASSERT_EQ(Run({"map", "f.kr", "-f", "-o", "f.svg"}).status, 0);
+        const std::string note = one.perCell == 1
+                                     ? "A cell is one block"
+                                     : "A cell is " + std::to_string(one.perCell) + " blocks";
+        EXPECT_NE(ReadFile("f.svg").find(note), std::string::npos) << one.blocks;
+        EXPECT_LT(ReadFile("f.svg").size(), 10000U) << "equal cells are drawn as one";
+    }
 }
 
 TEST_F(MapTest, APictureReplacesNothingUnasked) {

@@ -2,6 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <sstream>
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -90,6 +93,26 @@ TEST_F(ToolTest, ListAndInfoTellWhatIsThere) {
     EXPECT_EQ(info.at("payload_bytes"), 0);
     EXPECT_EQ(info.at("format_version"), 2);
     EXPECT_EQ(info.at("encrypted"), false);
+}
+
+TEST_F(ToolTest, ListsStayTablesWhateverTheDirectoryClaims) {
+    std::string bytes = FileOf({{"a", Pattern(3000, 1)}, {"b", "b"}});
+    const std::string size("\xb8\x0b\0\0\0\0\0\0", 8);
+    bytes.replace(bytes.find(size), size.size(), std::string(7, '\xff') + '\x7f');
+    WriteFile("f.kr", bytes);
+    const std::string table = Run({"list", "-l", "f.kr"}).out;
+    std::istringstream lines(table);
+    std::size_t names = 0;
+    std::string line;
+    std::getline(lines, line);
+    const std::size_t column = line.find("NAME");
+    for (; std::getline(lines, line); ++names) {
+        EXPECT_EQ(line.size(), column + 1) << table;
+        EXPECT_EQ(line.substr(column - 3), names == 0 ? "!  a" : "   b") << table;
+    }
+    EXPECT_EQ(names, 2U) << table;
+    EXPECT_EQ(nlohmann::json::parse(Run({"list", "--json", "f.kr"}).out).at(0).at("size"),
+              INT64_MAX);
 }
 
 TEST_F(ToolTest, WhatCannotBeStoredIsLeftOutByName) {

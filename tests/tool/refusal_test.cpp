@@ -121,6 +121,7 @@ TEST_F(RefusalTest, FilesInUseAreLeftAlone) {
                    {{"info", "f.kr"}, 5, "in use"},
                    {{"extract", "f.kr"}, 5, "in use"},
                    {{"check", "f.kr"}, 2, "in use"},
+                   {{"map", "f.kr", "-o", "new.svg"}, 5, "in use"},
                    {{"repair", "f.kr", "new.kr"}, 5, "in use"}});
     close(fd);
 }

@@ -236,11 +236,10 @@ void CommandLine::CheckStandardInput() const {
 
 std::string CommandLine::HelpHint() const {
     const auto chosen = app_.get_subcommands();
-    return "; see 'krstream " + (chosen.empty() ? "" : chosen.front()->get_name() + ' ') +
-           "--help'";
+    return "see 'krstream " + (chosen.empty() ? "" : chosen.front()->get_name() + ' ') + "--help'";
 }
 
-/// What to say of an argument that has no place.
+/// What to say of an argument that has no place, and what to do.
 std::string CommandLine::ExplainUnexpected(const std::string& argument) const {
     const auto chosen = app_.get_subcommands();
     const bool isOption = argument.size() > 1 && argument.front() == '-';
@@ -256,27 +255,27 @@ std::string CommandLine::ExplainUnexpected(const std::string& argument) const {
             words.emplace_back(text.name);
         }
     } else {
-        return Printable(argument) + " is one argument too many";
+        return Printable(argument) + " is one argument too many; " + HelpHint();
     }
     const std::string nearest = NearestWord(argument.substr(0, argument.find('=')), words);
     return Printable(argument) + (isOption ? " is no option here" : " is no command") +
-           (nearest.empty() ? "" : "; did you mean " + nearest + "?");
+           (nearest.empty() ? "; " : "; did you mean " + nearest + "? If not, ") + HelpHint();
 }
 
 /// A mistyped command first of all: what follows it would be misunderstood, a name as a command.
 void CommandLine::RequireKnownCommand(const std::string& argument) const {
     const bool isOption = argument.empty() || argument.front() == '-';
     if (!isOption && !IsCommand(argument)) {
-        throw Failure(ExplainUnexpected(argument) + HelpHint(), ExitStatus::Usage);
+        throw Failure(ExplainUnexpected(argument), ExitStatus::Usage);
     }
 }
 
 std::string CommandLine::Explain(const CLI::ParseError& error) const {
     const std::vector<std::string> left = app_.remaining(true);
     if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr && !left.empty()) {
-        return ExplainUnexpected(Unguarded(left.front())) + HelpHint();
+        return ExplainUnexpected(Unguarded(left.front()));
     }
-    return Printable(error.what()) + HelpHint();
+    return Printable(error.what()) + "; " + HelpHint();
 }
 
 ExitStatus CommandLine::Generate() const {
@@ -314,7 +313,7 @@ ExitStatus CommandLine::Run(int argc, const char* const* argv) {
         return Generate();
     }
     if (command_ == nullptr) {
-        throw Failure("no command is given" + HelpHint(), ExitStatus::Usage);
+        throw Failure("no command is given; " + HelpHint(), ExitStatus::Usage);
     }
     return command_(options_);
 }
