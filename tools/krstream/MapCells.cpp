@@ -75,7 +75,7 @@ void MapCells::SumUp(const BlockMap& map) {
     }
 }
 
-void MapCells::AddCell(std::uint64_t number, const Cell& cell) {
+CellRun MapCells::Divided(const Cell& cell) {
     const Look most = Largest(cell.blocks);
     Counts rest = cell.blocks;
     rest[Index(most)] = 0;
@@ -83,23 +83,42 @@ void MapCells::AddCell(std::uint64_t number, const Cell& cell) {
     const std::uint64_t drawn = cell.blocks[Index(most)] + rest[Index(next)];
     const auto share =
         static_cast<unsigned>((cell.blocks[Index(most)] * kEighths + drawn / 2) / drawn);
-    const bool mixed = share < kEighths;
-    const bool mostFirst = !mixed || cell.begin[Index(most)] < cell.begin[Index(next)];
-    const Look left = mostFirst ? most : next;
-    const Look right = mixed && mostFirst ? next : most;
-    const unsigned eighths = mostFirst ? share : kEighths - share;
+    CellRun run{};
+    if (share == kEighths) {
+        run.left = run.right = most;
+        run.eighths = kEighths;
+    } else if (cell.begin[Index(most)] < cell.begin[Index(next)]) {
+        run.left = most;
+        run.right = next;
+        run.eighths = share;
+    } else {
+        run.left = next;
+        run.right = most;
+        run.eighths = kEighths - share;
+    }
+    return run;
+}
+
+void MapCells::AddCell(std::uint64_t number, const Cell& cell) {
+    CellRun run = Divided(cell);
+    run.firstCell = number;
+    run.cells = 1;
+    run.firstBlock = number * blocksPerCell_ + 1;
+    run.blocks = std::accumulate(cell.blocks.begin(), cell.blocks.end(), std::uint64_t{0});
     for (const Look small : {Look::Directory, Look::Orphan, Look::Damaged}) {
-        if (cell.blocks[Index(small)] > 0 && left != small && right != small) {
+        if (cell.blocks[Index(small)] > 0 && run.left != small && run.right != small) {
             hiding_[Index(small)].push_back(number);
         }
     }
-    const std::uint64_t blocks =
-        std::accumulate(cell.blocks.begin(), cell.blocks.end(), std::uint64_t{0});
-    if (!runs_.empty() && runs_.back().left == left && runs_.back().right == right &&
-        runs_.back().eighths == eighths) {
+    Append(run);
+}
+
+void MapCells::Append(const CellRun& run) {
+    if (!runs_.empty() && runs_.back().left == run.left && runs_.back().right == run.right &&
+        runs_.back().eighths == run.eighths) {
         ++runs_.back().cells;
-        runs_.back().blocks += blocks;
+        runs_.back().blocks += run.blocks;
     } else {
-        runs_.push_back({number, 1, number * blocksPerCell_ + 1, blocks, left, right, eighths, 0});
+        runs_.push_back(run);
     }
 }

@@ -52,7 +52,9 @@ private:
     void FindStarts(const BlockMap& map);
     void RunPerPiece(const BlockMap& map);
     void SumUp(const BlockMap& map);
+    static CellRun Divided(const Cell& cell);
     void AddCell(std::uint64_t number, const Cell& cell);
+    void Append(const CellRun& run);
 
     std::uint64_t blocksPerCell_ = 1;
     std::uint64_t count_;

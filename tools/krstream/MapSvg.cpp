@@ -33,31 +33,36 @@ std::string Halo(Look look) {
     return hatched ? " stroke='#fff' stroke-width='4' paint-order='stroke'" : "";
 }
 
-/// What every picture begins with: the hatched fills, its own background, the kinds of text.
-std::string Frame(int height, int cell) {
-    const std::string size =
-        "width='" + std::to_string(kPictureWidth) + "' height='" + std::to_string(height) + "'";
+/// Fills that look different from every colour, also on paper.
+constexpr const char* kHatchings = R"(
+<pattern id='free' width='4' height='4' patternUnits='userSpaceOnUse'>
+<path fill='#f1f4f7' d='M0 0h4v4h-4z'/><path fill='#aab4bf' d='M1 1h1v1h-1z'/></pattern>
+<pattern id='orphan' width='6' height='6' patternUnits='userSpaceOnUse'>
+<path fill='#fff' d='M0 0h6v6h-6z'/>
+<path stroke='#e69f00' stroke-width='2' d='M-1 1l2 -2M0 6l6 -6M5 7l2 -2'/></pattern>
+<pattern id='damaged' width='6' height='6' patternUnits='userSpaceOnUse'>
+<path fill='#fff' d='M0 0h6v6h-6z'/>
+<path stroke='#d50032' stroke-width='2' d='M0 0l6 6M6 0l-6 6'/></pattern>
+)";
+
+/// The lines between cells, from the left end of the rows on.
+std::string GridPattern(int cell) {
     const std::string side = std::to_string(cell);
-    const std::string square = "width='" + side + "' height='" + side + "'";
-    return "<svg xmlns='http://www.w3.org/2000/svg' " + size + " viewBox='0 0 " +
-           std::to_string(kPictureWidth) + ' ' + std::to_string(height) +
-           "' font-family='system-ui, DejaVu Sans, sans-serif' font-size='13' "
-           "fill='#1f2933'>\n"
-           "<defs>\n"
-           "<pattern id='free' width='4' height='4' patternUnits='userSpaceOnUse'>"
-           "<path fill='#f1f4f7' d='M0 0h4v4h-4z'/><path fill='#aab4bf' "
-           "d='M1 1h1v1h-1z'/></pattern>\n"
-           "<pattern id='orphan' width='6' height='6' patternUnits='userSpaceOnUse'>"
-           "<path fill='#fff' d='M0 0h6v6h-6z'/><path stroke='#e69f00' stroke-width='2' "
-           "d='M-1 1l2 -2M0 6l6 -6M5 7l2 -2'/></pattern>\n"
-           "<pattern id='damaged' width='6' height='6' patternUnits='userSpaceOnUse'>"
-           "<path fill='#fff' d='M0 0h6v6h-6z'/><path stroke='#d50032' stroke-width='2' "
-           "d='M0 0l6 6M6 0l-6 6'/></pattern>\n"
-           "<pattern id='grid' " +
-           square + " x='" + std::to_string(kGridLeft) +
+    return "<pattern id='grid' width='" + side + "' height='" + side + "' x='" +
+           std::to_string(kGridLeft) +
            "' y='0' patternUnits='userSpaceOnUse'><path fill='none' stroke='#fff' "
            "stroke-opacity='0.75' d='M0 " +
-           side + "V0H" + side + "'/></pattern>\n</defs>\n" + "<rect " + size +
+           side + "V0H" + side + "'/></pattern>\n";
+}
+
+/// What every picture begins with: its fills and its own background.
+std::string Frame(int height, int cell) {
+    const std::string width = std::to_string(kPictureWidth);
+    const std::string size = "width='" + width + "' height='" + std::to_string(height) + "'";
+    return "<svg xmlns='http://www.w3.org/2000/svg' " + size + " viewBox='0 0 " + width + ' ' +
+           std::to_string(height) +
+           "' font-family='system-ui, DejaVu Sans, sans-serif' font-size='13' fill='#1f2933'>\n" +
+           "<defs>" + kHatchings + GridPattern(cell) + "</defs>\n<rect " + size +
            " rx='8' fill='#fff'/>\n";
 }
 
