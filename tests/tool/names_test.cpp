@@ -22,7 +22,7 @@ const std::string kNasty = "\x1b[2J line\nkrstream: forged \r \xff\xfe \xe2\x80\
 
 TEST_F(ToolTest, NamesOfAnyBytesAreShownSafely) {
     std::string bytes = FileOf({{"a" + kNasty, Pattern(1500, 1)}, {"b" + kNasty, "b"}});
-    bytes[2 * 1024] = '\x55';
+    bytes[2048] = '\x55';
     const std::string file = kNasty + ".kr";
     const std::string entry = "a" + kNasty;
     const std::string other = "other" + kNasty;

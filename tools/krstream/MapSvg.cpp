@@ -124,19 +124,21 @@ std::string Symbols(const MapCells& cells, const BlockMap& map, const MapGrid& g
     return text + "</g>\n";
 }
 
-/// Corners of the cells that have blocks which their colours do not show.
-std::string Corners(const MapCells& cells, const MapGrid& grid) {
-    std::string all;
-    for (const Look look : {Look::Directory, Look::Orphan, Look::Damaged}) {
-        std::string path;
-        for (const std::uint64_t cell : cells.Hiding(look)) {
-            path += 'M' + std::to_string(grid.X(cell) + grid.Cell()) + ' ' +
-                    std::to_string(grid.Y(cell)) + "v6l-6 -6z";
-        }
-        const char* const colour = look == Look::Directory ? StyleOf(look).fill : kDamageColour;
-        all += path.empty() ? "" : Path(path, colour);
+/// Marks on cells that have blocks which their colours do not show: a corner for the directory;
+/// what is wrong takes the whole cell, so that nobody misses one block in thousands.
+std::string HiddenBlocks(const MapCells& cells, const MapGrid& grid) {
+    std::string corners;
+    for (const std::uint64_t cell : cells.Hiding(Look::Directory)) {
+        corners += 'M' + std::to_string(grid.X(cell) + grid.Cell()) + ' ' +
+                   std::to_string(grid.Y(cell)) + "v6l-6 -6z";
     }
-    return all;
+    std::string marks = corners.empty() ? "" : Path(corners, StyleOf(Look::Directory).fill);
+    for (const Look look : {Look::Orphan, Look::Damaged}) {
+        for (const std::uint64_t cell : cells.Hiding(look)) {
+            marks += Path(grid.Area(cell, 1), StyleOf(look).fill);
+        }
+    }
+    return marks;
 }
 
 std::string RowLabels(const MapCells& cells, const MapGrid& grid) {
@@ -164,7 +166,7 @@ std::vector<std::string> Notes(const MapCells& cells) {
     looks += cells.Hiding(Look::Directory).empty() ? "" : " Black corner: directory.";
     looks += cells.Hiding(Look::Damaged).empty() && cells.Hiding(Look::Orphan).empty()
                  ? ""
-                 : " Red corner: damage.";
+                 : " Hatched: it has such blocks.";
     notes.push_back(looks);
     return notes;
 }
@@ -234,7 +236,7 @@ std::string Grid(const Pictured& pictured, const MapCells& cells, const MapGrid&
             std::string("<g transform='translate(0 ") + std::to_string(grid.Top()) + ")'>" +
             Path(MapGrid(cells.Count(), grid.Left(), 0).Area(0, cells.Count()), "url(#grid)") +
             "</g>\n";
-    text += PieceStarts(cells, grid) + Corners(cells, grid) + "</g>\n";
+    text += PieceStarts(cells, grid) + HiddenBlocks(cells, grid) + "</g>\n";
     text += cells.BlocksPerCell() == 1 ? Symbols(cells, pictured.map, grid) : "";
     return text + RowLabels(cells, grid);
 }
