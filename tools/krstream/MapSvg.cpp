@@ -164,10 +164,10 @@ std::vector<std::string> Notes(const MapCells& cells) {
     std::string looks = "Its one or two colours are what most of its blocks are. "
                         "Black bar: a piece of an entry begins.";
     looks += cells.Hiding(Look::Directory).empty() ? "" : " Black corner: directory.";
-    looks += cells.Hiding(Look::Damaged).empty() && cells.Hiding(Look::Orphan).empty()
-                 ? ""
-                 : " Hatched: it has such blocks.";
     notes.push_back(looks);
+    if (!cells.Hiding(Look::Damaged).empty() || !cells.Hiding(Look::Orphan).empty()) {
+        notes.emplace_back("A hatched cell has at least one block of that kind.");
+    }
     return notes;
 }
 
@@ -186,8 +186,8 @@ std::string LegendLine(const BlockMap::Group& group, int y) {
         "<g><title>" + Xml(name) + "</title>" + "<rect x='" + std::to_string(kGridLeft) + "' y='" +
         std::to_string(y - 14) + "' width='18' height='18' fill='" + style.fill +
         "' stroke='#cbd2d9'/>" + "<text x='" + std::to_string(kGridLeft + 9) + "' y='" +
-        std::to_string(y) + "' text-anchor='middle' font-size='12' fill='" + style.text + "'>" +
-        (group.look == Look::Free ? ' ' : style.symbol) + "</text>" +
+        std::to_string(y) + "' text-anchor='middle' font-size='12' fill='" + style.text + "'" +
+        Halo(group.look) + '>' + (group.look == Look::Free ? ' ' : style.symbol) + "</text>" +
         Text(kGridLeft + 28, y, Xml(Shortened(name, kNameLength))) + "<g text-anchor='end'>";
     line += entry ? Text(640, y, ReadableSize(group.bytes)) : "";
     line += Text(770, y, std::to_string(group.blocks));
