@@ -164,6 +164,20 @@ TEST_F(MapTest, LargeFilesHaveSeveralBlocksInACell) {
     }
 }
 
+TEST_F(MapTest, OneDamagedBlockShowsAmongThousands) {
+    std::string bytes = FileOf({{"a", std::string(4000000, 'a')}});
+    WriteFile("f.kr", bytes);
+    ASSERT_EQ(Run({"map", "f.kr", "-o", "sound.svg"}).status, 0);
+    bytes[2000 * 1024UL] = '\x55';
+    WriteFile("f.kr", bytes);
+    ASSERT_EQ(Run({"map", "f.kr", "-o", "damaged.svg"}).status, 0);
+    const auto hatched = [this](const std::string& name) {
+        return ReadFile(name).find("<path fill='url(#damaged)'") != std::string::npos;
+    };
+    EXPECT_FALSE(hatched("sound.svg"));
+    EXPECT_TRUE(hatched("damaged.svg"));
+}
+
 TEST_F(MapTest, APictureReplacesNothingUnasked) {
     MakeFragmented();
     WriteFile("there.svg", "mine");
