@@ -1,15 +1,19 @@
 #include "ToolRun.h"
 
-#include <regex>
+#include <boost/algorithm/string/replace.hpp>
+#include <boost/xpressive/xpressive_dynamic.hpp>
+
 #include <sstream>
+
+namespace xp = boost::xpressive;
 
 namespace {
 
 /// Everything in `text` that fits the first group of `pattern`.
 std::vector<std::string> All(const std::string& text, const char* pattern) {
-    const std::regex regex(pattern);
+    const xp::sregex regex = xp::sregex::compile(pattern);
     std::vector<std::string> all;
-    for (std::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) {
+    for (xp::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) {
         all.push_back((*at)[1]);
     }
     return all;
@@ -82,7 +86,7 @@ TEST_F(HelpTest, TheManualPageNamesEverything) {
         const std::string section = page.substr(begin, page.find("\n.S", begin + 1) - begin);
         for (std::string option :
              All(Run({command, "--help"}).out, "\n +(?:-., )?(--[a-z-]+)[ \n]")) {
-            option = std::regex_replace(option, std::regex("-"), "\\-");
+            boost::replace_all(option, "-", "\\-");
             EXPECT_TRUE(option == "\\-\\-help" || section.find(option) != std::string::npos)
                 << command << option;
         }

@@ -2,12 +2,14 @@
 
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
+#include <boost/xpressive/xpressive_dynamic.hpp>
 
 #include <algorithm>
 #include <cstdlib>
-#include <regex>
 #include <set>
 #include <sstream>
+
+namespace xp = boost::xpressive;
 
 namespace {
 
@@ -34,11 +36,12 @@ std::vector<std::string> Texts(const std::string& svg, const std::string& name) 
 
 /// All blocks that tooltips speak of; one that two of them speak of is a failure.
 std::set<std::size_t> DrawnBlocks(const std::string& svg) {
-    static const std::regex kBlocks("blocks? ([0-9]+)(?: to ([0-9]+))?(?:$|: )");
+    static const xp::sregex kBlocks =
+        xp::sregex::compile("blocks? ([0-9]+)(?: to ([0-9]+))?(?:$|: )");
     std::set<std::size_t> drawn;
     for (const std::string& title : Texts(svg, "title")) {
-        std::smatch match;
-        if (std::regex_search(title, match, kBlocks)) {
+        xp::smatch match;
+        if (xp::regex_search(title, match, kBlocks)) {
             const std::size_t first = std::stoul(match[1]);
             const std::size_t last = match[2].matched ? std::stoul(match[2]) : first;
             for (std::size_t block = first; block <= last; ++block) {
@@ -51,13 +54,13 @@ std::set<std::size_t> DrawnBlocks(const std::string& svg) {
 
 /// The cells of a drawing in text, a row each.
 std::vector<std::string> Rows(const std::string& text) {
-    static const std::regex kRow(" +[0-9]+ ([#%.?!A-Oa-o]+)");
+    static const xp::sregex kRow = xp::sregex::compile(" +[0-9]+ ([#%.?!A-Oa-o]+)");
     std::istringstream lines(text);
     std::vector<std::string> rows;
     std::string line;
-    std::smatch match;
+    xp::smatch match;
     while (std::getline(lines, line)) {
-        if (std::regex_match(line, match, kRow)) {
+        if (xp::regex_match(line, match, kRow)) {
             rows.push_back(match[1]);
         }
     }
