@@ -17,7 +17,7 @@
 /// The chain of directory blocks in memory: finds entries by name, hands out free slots, and knows
 /// which blocks have changed since they were last written. Entries are numbered by slot: directory
 /// block times three, plus the slot within the block. Blocks stay where they are until Clear.
-class Directory final : private NameIndex::Names {
+class Directory : private NameIndex::Names {
 public:
     using BlockNumber = BlockFormat::BlockNumber;
     using Slot = std::uint32_t;

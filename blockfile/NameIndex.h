@@ -15,10 +15,8 @@ class NameIndex {
 public:
     class Names {
     public:
+        virtual ~Names() = default;
         virtual const char* NameOf(std::uint32_t number) const = 0;
-
-    protected:
-        ~Names() = default;
     };
 
     explicit NameIndex(const Names& names) : names_(names) {}

@@ -11,7 +11,7 @@
 namespace {
 
 /// Number n stands for name n modulo their count, so that each has many numbers.
-class ManyNames final : public NameIndex::Names {
+class ManyNames : public NameIndex::Names {
 public:
     ManyNames() : names_(700) {
         std::generate(names_.begin(), names_.end(),
