@@ -108,7 +108,7 @@ private:
     /// Neighbours in the chain lie side by side in memory, and stay where they are.
     std::vector<std::vector<DirBlock, LargePageAllocator<DirBlock>>> chunks_;
     std::size_t blockCount_ = 0;
-    std::vector<Marks> marks_;
+    std::vector<Marks, LargePageAllocator<Marks>> marks_;
     /// By number in the file.
     std::vector<bool> isDirBlock_;
     std::size_t entryCount_ = 0;
