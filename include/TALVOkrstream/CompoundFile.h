@@ -103,7 +103,7 @@ public:
     /// no permission, in use by another process, not a block file, damaged. An encrypted file opens
     /// without its password. Read only, the cost is that of reading the directory; for writing,
     /// also one pass over the whole file's block headers, and memory of one byte a block while the
-    /// file is open and some twenty bytes a block for the moment of opening.
+    /// file is open and six more a block for the moment of opening.
     KrStreamE::Status Open(const char* path, KrStreamE::OpenMode mode);
 
     /// Opens for reading and writing on a caller's stream as on a new, empty file, whatever the
@@ -164,7 +164,7 @@ public:
 
     /// Writes changed directory blocks and the marks of freed blocks, if any, and hands everything
     /// written so far to the operating system. Data still in the buffers of open entry streams is
-    /// not included. Whether it went well tells GetStatus. Nothing happens for an empty handle, a
+    /// not included. GetStatus tells whether it went well. Nothing happens for an empty handle, a
     /// read-only engine and one that is not Ok. The cost is that of the blocks that changed.
     void Flush();
 
@@ -189,7 +189,7 @@ public:
     std::string GetCompoundFileName() const;
 
     /// The first entry in directory order; null when there is none. `*index` is a cursor, which
-    /// this sets and GetNextDirEntry moves; it may not be null. The record belongs to the engine.
+    /// this sets and GetNextDirEntry moves; it must not be null. The record belongs to the engine.
     /// It stays valid, and follows changes, while the file is open and the entry is not deleted.
     const DirEntry* GetFirstDirEntry(unsigned long* index) const;
     /// The next entry after the one at the cursor; null at the end. Entries made or deleted in the

@@ -9,7 +9,7 @@
 
 /// The head of a record: a magic string that says what follows, and the version of its layout.
 ///
-/// On the stream: the magic as its length in four bytes and its characters, then the version in two
+/// On the stream: the magic's length in four bytes and its characters, then the version in two
 /// bytes, all little-endian. Reading and writing report failure by their result and the stream's
 /// state; they throw only what a stream throws whose exceptions the caller armed, and
 /// std::bad_alloc for a magic that a stream delivers and memory cannot hold. A value like any
@@ -21,11 +21,11 @@ public:
     KStreamableData(short version, const char* magic);
     /// Copies magic, version and version read.
     KStreamableData(const KStreamableData&);
-    /// As copying; what the other's magic is from then on is not said.
+    /// As copying; the other's magic is unspecified from then on.
     KStreamableData(KStreamableData&&) noexcept;
     /// Copies magic, version and version read.
     KStreamableData& operator=(const KStreamableData&);
-    /// As copying; what the other's magic is from then on is not said.
+    /// As copying; the other's magic is unspecified from then on.
     KStreamableData& operator=(KStreamableData&&) noexcept;
     ~KStreamableData();
 

@@ -33,7 +33,7 @@ struct seekable_device_tag;
 class TALVOKRSTREAM_EXPORT KrStreamSource {
 public:
     KrStreamSource();
-    /// There is nothing to copy; what copies of a source share, its class says.
+    /// There is nothing to copy; each class says what its copies share.
     KrStreamSource(const KrStreamSource&);
     /// There is nothing to copy.
     KrStreamSource& operator=(const KrStreamSource&);
@@ -70,7 +70,7 @@ public:
     virtual bool IsReadOnly() const = 0;
     /// The name of the compound file.
     virtual std::string GetCompoundFileName() const = 0;
-    /// Closes the source, saving what has to be saved; whether that went well is not told.
+    /// Closes the source, saving what has to be saved; whether that went well is not reported.
     virtual void CloseFile() = 0;
 };
 
@@ -102,8 +102,8 @@ protected:
 
 /// A source whose streams are the entries of one open compound file: what is written is in the file
 /// as soon as its stream is destroyed. Streams behave, fail and cost as CompoundFile::GetIOStream
-/// says. Whether everything could be written tells a CompoundFile opened on the same path: it joins
-/// this source's open file, and has its status.
+/// says. To learn whether everything could be written, open a CompoundFile on the same path: it
+/// joins this source's open file, and has its status.
 class TALVOKRSTREAM_EXPORT PureCompoundFileStreamSource : public CompundFileBase {
 public:
     /// A source without a file.
@@ -132,7 +132,8 @@ public:
     /// file once, into memory.
     std::string FlushToString();
 
-    /// Deletes the entry as CompoundFile::DeleteCFFile does; whether that went well is not told.
+    /// Deletes the entry as CompoundFile::DeleteCFFile does; whether that went well is not
+    /// reported.
     void DeleteSource(const char* name) override;
     /// CompoundFile::Exists.
     bool StreamExists(const char* name) const override;
@@ -230,8 +231,8 @@ public:
     ///
     /// False when the file cannot be opened, is no regular file, or is in use by a compound file
     /// that is open, here or in another program; then it is left as it was. An error later on, such
-    /// as a full disk, is not told: where that matters, open the file and look. Takes no lock: no
-    /// other thread may use the source meanwhile. Costs one pass over the bytes.
+    /// as a full disk, is not reported: where that matters, open the file and check. Takes no lock:
+    /// no other thread may use the source meanwhile. Costs one pass over the bytes.
     bool Save(const char* path);
 
     /// The name.

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-/// Looking over block files that may be damaged, and saving what is left in them.
+/// Checking block files that may be damaged, and saving what is left in them.
 ///
 /// Nothing here goes through the engine of an open file: blocks are read one by one, and none of
-/// them can stop the others from being seen. A file looked over is never written to.
+/// them can hide the others. A file that is checked is never written to.
 namespace Recovery {
 
 /// What became of an operation on a damaged file.
@@ -206,7 +206,7 @@ struct Saved {
 /// reaches the caller.
 using Progress = std::function<void(std::uint64_t bytes)>;
 
-/// A block file that is looked over.
+/// A block file that is checked or repaired.
 ///
 /// **Failure.** Beside what a Progress throws, members throw std::bad_alloc only.
 ///
@@ -232,7 +232,8 @@ public:
     /// file of no bytes is a sound block file. Null counts as a missing file.
     Status Open(const char* path, const Progress& progress = {});
 
-    /// The members below describe the file that is open; without one, nothing at all.
+    // The members below describe the file that is open; without one they return 0, false or
+    // nothing, but SetPassword true.
 
     /// Length in bytes.
     std::uint64_t Length() const;

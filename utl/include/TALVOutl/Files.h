@@ -8,9 +8,9 @@
 #include <utility>
 
 /// \file
-/// Questions about files and folders that the operating system answers.
+/// What standard C++ does not do with files and folders: identity, private folders, locks, syncing.
 
-/// What stands at a path where a folder of the user's own is wanted; a link is not followed.
+/// What is at a path where a folder of the user's own is wanted; a link is not followed.
 enum class KrFolderKind {
     /// Nothing.
     Missing,

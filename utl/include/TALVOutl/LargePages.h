@@ -10,9 +10,9 @@
 /// \file
 /// Memory for large tables.
 
-/// Memory of `size` bytes, which may lie on large pages of the system: a table of many megabytes is
-/// then had and visited without a fault, and a miss, for every few kilobytes. Null when there is
-/// none. std::free gives it back. Any thread.
+/// Memory of `size` bytes, on the system's large pages where it has them: setting up and visiting a
+/// table of many megabytes then does not cost a page fault and a TLB miss every few kilobytes. Null
+/// when there is none. Release it with std::free. Any thread.
 TALVOUTL_EXPORT void* KrAllocateOnLargePages(std::size_t size);
 
 /// A standard allocator with that memory.
@@ -22,7 +22,7 @@ struct LargePageAllocator {
     using value_type = Value;
 
     LargePageAllocator() = default;
-    /// Allocators have no state: each gives back what another has given out.
+    /// Allocators have no state: each can release what another has allocated.
     template <typename Other>
     explicit LargePageAllocator(const LargePageAllocator<Other>&) {}
 
@@ -36,7 +36,7 @@ struct LargePageAllocator {
         }
         return static_cast<Value*>(memory);
     }
-    /// Gives room back.
+    /// Releases the room.
     void deallocate(Value* memory, std::size_t) { std::free(memory); }
 
     friend bool operator==(const LargePageAllocator&, const LargePageAllocator&) { return true; }

@@ -9,7 +9,7 @@
 
 /// The MD5 digest (RFC 1321) of a run of bytes, fed in one or more pieces.
 ///
-/// Update takes bytes until the digest is finished; Finalize, or the first question for the digest,
+/// Update takes bytes until the digest is finished; Finalize, or the first request for the digest,
 /// finishes it, and later Updates are ignored. Objects are movable, not copyable; one thread at a
 /// time. MD5 identifies content and names here; it is no protection against deliberate collisions.
 class TALVOUTL_EXPORT MD5 {
