@@ -147,15 +147,22 @@ TEST_F(HelpTest, BashCompletesCommandsOptionsAndEntries) {
 }
 
 TEST_F(HelpTest, TheToolIsInstalledWithItsDocuments) {
-    const ToolResult result = Shell("DESTDIR=$PWD/root cmake --install '" KRSTREAM_BUILD
-                                    "' --component tool --prefix /usr");
+    const std::string prefix = KRSTREAM_PREFIX;
+    const ToolResult result =
+        Shell("DESTDIR=$PWD/root cmake --install '" KRSTREAM_BUILD "' --component tool");
     ASSERT_EQ(result.status, 0) << result.err;
-    EXPECT_EQ(Shell("test -x root/usr/bin/krstream").status, 0);
+    EXPECT_EQ(Shell("test -x root" + prefix + "/bin/krstream").status, 0);
+    const std::string zshFolder = Shell("cd root && find * -name _krstream -printf /%h").out;
     const std::map<std::string, std::string> made = {
-        {"man", "root/usr/share/man/man1/krstream.1"},
-        {"bash", "root/usr/share/bash-completion/completions/krstream"},
-        {"zsh", "root/usr/share/zsh/vendor-completions/_krstream"}};
+        {"man", "root" + prefix + "/share/man/man1/krstream.1"},
+        {"bash", "root" + prefix + "/share/bash-completion/completions/krstream"},
+        {"zsh", "root" + zshFolder + "/_krstream"}};
     for (const auto& [kind, path] : made) {
         EXPECT_EQ(ReadFile(path), Run({"--generate", kind}).out) << kind;
+    }
+    const bool zshLooksThere = prefix == "/usr" || prefix == "/usr/local";
+    if (zshLooksThere && Shell("command -v zsh").status == 0) {
+        EXPECT_EQ(Shell("zsh -fc 'print -l $fpath' | grep -Fx " + zshFolder).status, 0)
+            << zshFolder;
     }
 }
