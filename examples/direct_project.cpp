@@ -9,7 +9,7 @@ bool Fill(std::unique_ptr<std::ostream> stream, const std::string& text) {
     return stream != nullptr && *stream << text << std::flush;
 }
 
-// Adds to the end of a stream; what it holds already is not written again.
+// Adds to the end of a stream; what it holds already is not rewritten.
 bool Append(KrStreamSource& project, const char* name, const std::string& text) {
     const auto stream = project.GetIOStream(name);
     return stream == nullptr
@@ -40,7 +40,7 @@ bool Edit(KrStreamSource& project) {
     return printed && !project.StreamExists("draft");
 }
 
-// Whether all that was written is in the file. Sources do not tell, but a handle on the file does.
+// Whether all that was written is in the file. A source does not report it; a handle does.
 bool IsWritten(const KrStreamSource& project) {
     CompoundFile file;
     return file.Open(project.GetFilePath().c_str(), KrStreamE::ReadWrite) == KrStreamE::Ok;

@@ -9,7 +9,7 @@ bool Write(KrStreamSource& project, const char* name, const std::string& text) {
     return stream != nullptr && *stream << text << std::flush;
 }
 
-// Prints every part. It asks for streams alone, and so serves each kind of source.
+// Prints every part. It uses only what all sources have, and so works with each of them.
 bool Print(KrStreamSource& project) {
     const auto names = project.GetFileNames();
     for (const std::string& name : *names) {
@@ -46,7 +46,7 @@ int main() {
         return 1;
     }
 
-    // Save does not tell of a full disk: look.
+    // Save does not report a full disk: check.
     PureCompoundFileStreamSource saved;
     const bool opened = saved.Open("project.kr", true);
     std::cout << "in project.kr:\n";

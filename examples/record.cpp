@@ -5,11 +5,11 @@
 #include <iostream>
 #include <string>
 
-// A drawing keeps its parts in one stream: a head with a version, then a directory of sub-streams.
+// A drawing keeps its parts in one stream: a header with a version, a directory, sub-streams.
 constexpr const char* kMagic = "DRAW";
 constexpr unsigned short kVersion = 2;
 
-// Numbers that stand in the file; new ones are added at the end, so that they ascend.
+// Numbers that are stored in the file; new ones are added at the end, so that they ascend.
 enum Part : unsigned short { Title = 1, Lines = 2, Preview = 3 };
 
 bool Write(std::ostream& stream) {

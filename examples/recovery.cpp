@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-// What is wrong with a file. It is not changed.
+// Prints what is wrong with a file, which is not changed.
 void Print(Recovery::File& file) {
     for (const Recovery::Finding& finding : file.Check()) {
         const bool isDamage = finding.severity == Recovery::Severity::Damage;
@@ -16,7 +16,7 @@ void Print(Recovery::File& file) {
     }
 }
 
-// Saves what can be read of a damaged file in a new one.
+// Saves what can be read of a damaged file to a new one.
 bool Repair(Recovery::File& damaged, const char* path) {
     CompoundFile target;
     std::vector<Recovery::Saved> entries;
@@ -52,7 +52,7 @@ int main() {
     MakeDamaged("damaged.kr");
     Recovery::File damaged;
     if (damaged.Open("damaged.kr") != Recovery::Status::Ok) {
-        std::cerr << "damaged.kr is no block file\n";
+        std::cerr << "damaged.kr is not a block file\n";
         return 1;
     }
     Print(damaged);

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-// A stream is null when it cannot be had.
+// Opens a stream or throws; GetIOStream returns null on failure.
 std::unique_ptr<std::iostream> OpenStream(CompoundFile& file, const char* name, const char* mode) {
     auto stream = file.GetIOStream(name, mode);
     if (stream == nullptr) {
@@ -14,7 +14,7 @@ std::unique_ptr<std::iostream> OpenStream(CompoundFile& file, const char* name, 
     return stream;
 }
 
-// Whether all that was written is with the operating system. The streams have to be gone by then.
+// Whether the operating system has everything that was written. Destroy the streams first.
 bool IsSaved(CompoundFile& file) {
     file.Flush();
     return file.GetStatus() == KrStreamE::Ok;
@@ -27,13 +27,13 @@ bool IsOnDisk(CompoundFile& file) {
 
 // A stream is complete when it has been destroyed, here at the end of each function.
 void Make(CompoundFile& file) {
-    const auto log = OpenStream(file, "log", "wb"); // made, or made anew
+    const auto log = OpenStream(file, "log", "wb"); // created, or emptied
     *log << "first\nsecond\n";
 }
 
 void Change(CompoundFile& file) {
     const auto log = OpenStream(file, "log", "r+b"); // as it is, at its beginning
-    *log << "FIRST";                                 // in place: nothing else is written again
+    *log << "FIRST";                                 // in place: nothing else is rewritten
     log->seekp(0, std::ios_base::end);
     *log << "third\n"; // longer than it was
 }
@@ -46,7 +46,7 @@ void Print(CompoundFile& file) {
     for (std::string line; std::getline(*log, line);) {
         std::cout << line << '\n';
     }
-    if (log->bad()) { // an error; at the end it is not bad
+    if (log->bad()) { // an error; reaching the end is not one
         throw std::runtime_error("log cannot be read");
     }
 }
@@ -54,7 +54,7 @@ void Print(CompoundFile& file) {
 int main() {
     try {
         CompoundFile file;
-        file.Open("streams.kr", KrStreamE::ReadWrite); // without success, no stream can be had
+        file.Open("streams.kr", KrStreamE::ReadWrite); // if this fails, no stream can be opened
         Make(file);
         Change(file);
         if (!IsOnDisk(file)) {

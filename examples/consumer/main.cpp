@@ -19,8 +19,13 @@ void WriteThroughHandle(const std::string& text) {
     if (file.Open(kPath, KrStreamE::ReadWrite) != KrStreamE::Ok) {
         Fail("{1} cannot be opened for writing.");
     }
-    const auto stream = file.GetIOStream("notes", "wb");
-    if (stream == nullptr || !(*stream << text << std::flush)) {
+    auto stream = file.GetIOStream("notes", "wb");
+    if (stream == nullptr || !(*stream << text)) {
+        Fail("{1} cannot be written.");
+    }
+    stream.reset(); // completes it
+    file.Flush();
+    if (file.GetStatus() != KrStreamE::Ok) {
         Fail("{1} cannot be written.");
     }
 }
