@@ -98,7 +98,7 @@ void DrawFile(Svg& svg) {
     svg.Text(FieldBar::kLeft, 66,
              "Each block has " + std::to_string(kBlockSize) + " bytes. \"plan\" has " +
                  std::to_string(kPlanSize) + " bytes, \"notes\" " + std::to_string(kNotesSize) +
-                 "; what block 6 held was deleted.",
+                 "; the entry in block 6 was deleted.",
              "note");
     DrawCard(svg, 1, "directory", "directory",
              {"plan: block 2", "notes: block 3", "free list: block 5", "next: 0"});
@@ -163,8 +163,8 @@ void DrawDirectoryBlock(Svg& svg, int y) {
     constexpr const DirLayout& layout = kDirLayout2;
     svg.Text(FieldBar::kLeft, y, "Directory block, version 2", "title");
     svg.Text(FieldBar::kLeft, y + 22,
-             "The header, three slots with an entry each, and what is said of the whole file in "
-             "block 1.",
+             "The header, three slots with an entry each, and an end that in block 1 describes the "
+             "whole file.",
              "note");
     const FieldBar block(y + 38, DirectoryFields(), kLeastWidth);
     const FieldBar slot(y + 144,
@@ -191,7 +191,7 @@ void DrawFreeList(Svg& svg, int y) {
     svg.Text(FieldBar::kLeft, y, "Content of the free-list entry", "title");
     svg.Text(
         FieldBar::kLeft, y + 22,
-        "Here in the payload of block 5. Behind the highest block number stands a byte for each "
+        "Here in the payload of block 5. After the highest block number comes a byte for each "
         "number from 0 on: 1 in use, 0 free.",
         "note");
     std::vector<Field> fields = {
