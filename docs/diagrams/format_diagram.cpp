@@ -189,11 +189,10 @@ void DrawDirectoryBlock(Svg& svg, int y) {
 
 void DrawFreeList(Svg& svg, int y) {
     svg.Text(FieldBar::kLeft, y, "Content of the free-list entry", "title");
-    svg.Text(
-        FieldBar::kLeft, y + 22,
-        "Here in the payload of block 5. After the highest block number comes a byte for each "
-        "number from 0 on: 1 in use, 0 free.",
-        "note");
+    svg.Text(FieldBar::kLeft, y + 22,
+             "Here in the payload of block 5. After the highest block number comes a byte for each "
+             "number from 0 on: 1 in use, 0 free.",
+             "note");
     std::vector<Field> fields = {
         {"digest of the directory", 0, kFreeListHighestOffset, "record"},
         {"highest block", kFreeListHighestOffset, kFreeListHeadSize, "record"}};
