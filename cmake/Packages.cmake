@@ -26,8 +26,6 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libtalvokrstream${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-# dpkg brings the loader's cache up to date once, when all packages are in place.
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/triggers)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION
     "many named byte streams inside one ordinary file - shared libraries
 The library keeps many named byte streams, called entries, in one file of
