@@ -166,7 +166,8 @@ struct Finding {
     Kind kind;
     /// What that costs.
     Severity severity;
-    /// The block that breaks the rule; 0 when the finding is about no block.
+    /// The block that breaks the rule; 0 when the finding is about no block. Where a chain leads
+    /// astray, the number need not be that of a block in the file.
     std::uint32_t block;
     /// How many blocks from that one on break the rule alike; 0 when the finding is about none.
     std::uint32_t blockCount;

@@ -1,5 +1,4 @@
 #include "ToolRun.h"
-
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <boost/xpressive/xpressive_dynamic.hpp>
@@ -179,6 +178,21 @@ TEST_F(MapTest, OneDamagedBlockShowsAmongThousands) {
     };
     EXPECT_FALSE(hatched("sound.svg"));
     EXPECT_TRUE(hatched("damaged.svg"));
+}
+
+TEST_F(MapTest, LinksThatLeadNowhereAreSurvived) {
+    const std::string sound = FileOf({{"a", Pattern(2500, 1)}, {"b", Pattern(2500, 2)}});
+    constexpr std::size_t kNextBlock = 15;
+    for (const char* const target : {"\x09", "\xff", "\xff\xff\xff\x7f", "\xff\xff\xff\xff"}) {
+        for (std::size_t block = 0; block < sound.size(); block += 1024) {
+            std::string lying = sound;
+            lying.replace(block + kNextBlock, std::string(target).size(), target);
+            WriteFile("f.kr", lying);
+            const ToolResult result = Run({"map", "f.kr"});
+            EXPECT_EQ(result.status, 0) << block;
+            EXPECT_EQ(Rows(result.out).at(0).size(), sound.size() / 1024) << result.out;
+        }
+    }
 }
 
 TEST_F(MapTest, APictureReplacesNothingUnasked) {

@@ -97,8 +97,11 @@ std::vector<Look> BlockMap::LookOver(Recovery::File& file) {
         ++damageFindings_;
         // An entry that lacks bytes has nothing wrong in the block where it begins.
         const bool ofBlocks = finding.kind != Recovery::Kind::SizeOverChain;
-        for (std::uint32_t i = 0; ofBlocks && i < finding.blockCount; ++i) {
-            looks[finding.block - 1 + i] = Look::Damaged;
+        // A chain can lead to blocks that the file does not have.
+        const std::uint64_t end = std::min<std::uint64_t>(
+            finding.block + std::uint64_t{finding.blockCount}, looks.size() + 1);
+        for (std::uint64_t i = finding.block; ofBlocks && i < end; ++i) {
+            looks[i - 1] = Look::Damaged;
         }
     }
     return looks;
