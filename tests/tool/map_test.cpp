@@ -1,4 +1,6 @@
 #include "ToolRun.h"
+#include "tools/krstream/MapCells.h"
+
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 #include <boost/xpressive/xpressive_dynamic.hpp>
@@ -193,6 +195,21 @@ TEST_F(MapTest, LinksThatLeadNowhereAreSurvived) {
             EXPECT_EQ(Rows(result.out).at(0).size(), sound.size() / 1024) << result.out;
         }
     }
+}
+
+TEST_F(MapTest, ACellIsWhatMostOfItsBlocksAre) {
+    // One of the directory, 14 of the one entry, 16 of the other: near to half of the cell each.
+    WriteFile("f.kr", FileOf({{"a", Pattern(14000, 1)}, {"b", Pattern(16000, 2)}}));
+    Recovery::File file;
+    ASSERT_EQ(file.Open(Path("f.kr").c_str()), Recovery::Status::Ok);
+    const BlockMap map(file);
+    const MapCells cells(map, 1);
+    ASSERT_EQ(cells.Runs().size(), 1U);
+    const CellRun& run = cells.Runs().front();
+    EXPECT_EQ(run.left, Look::Entry2);
+    EXPECT_EQ(run.right, Look::Entry1);
+    EXPECT_EQ(run.most, Look::Entry1);
+    EXPECT_EQ(run.blocks, 32U);
 }
 
 TEST_F(MapTest, APictureReplacesNothingUnasked) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <tuple>
 
 namespace {
 
@@ -30,10 +31,6 @@ MapCells::MapCells(const BlockMap& map, std::uint64_t maxCells) : hiding_(kLookC
     }
 }
 
-std::vector<std::uint64_t> MapCells::Hiding(Look look) const {
-    return hiding_[Index(look)];
-}
-
 void MapCells::FindStarts(const BlockMap& map) {
     for (const Piece& piece : map.Pieces()) {
         const std::uint64_t cell = (piece.first - 1) / blocksPerCell_;
@@ -47,7 +44,7 @@ void MapCells::RunPerPiece(const BlockMap& map) {
     for (std::size_t i = 0; i < map.Pieces().size(); ++i) {
         const Piece& piece = map.Pieces()[i];
         runs_.push_back({piece.first - 1, piece.count, piece.first, piece.count, piece.look,
-                         piece.look, kEighths, i});
+                         piece.look, piece.look, kEighths, i});
     }
 }
 
@@ -84,6 +81,7 @@ CellRun MapCells::Divided(const Cell& cell) {
     const auto share =
         static_cast<unsigned>((cell.blocks[Index(most)] * kEighths + drawn / 2) / drawn);
     CellRun run{};
+    run.most = most;
     if (share == kEighths) {
         run.left = run.right = most;
         run.eighths = kEighths;
@@ -114,8 +112,10 @@ void MapCells::AddCell(std::uint64_t number, const Cell& cell) {
 }
 
 void MapCells::Append(const CellRun& run) {
-    if (!runs_.empty() && runs_.back().left == run.left && runs_.back().right == run.right &&
-        runs_.back().eighths == run.eighths) {
+    const auto drawing = [](const CellRun& any) {
+        return std::tie(any.left, any.right, any.most, any.eighths);
+    };
+    if (!runs_.empty() && drawing(runs_.back()) == drawing(run)) {
         ++runs_.back().cells;
         runs_.back().blocks += run.blocks;
     } else {

@@ -17,12 +17,13 @@ struct CellRun {
     /// twice the same when there is no other worth drawing.
     Look left;
     Look right;
+    /// That of the two which more blocks have. Eighths are too coarse to tell.
+    Look most;
     /// How much of a cell is `left`, in eighths.
     unsigned eighths;
     /// Index of the piece, while a cell is one block.
     std::size_t piece;
 
-    Look Most() const { return eighths >= 4 ? left : right; }
     bool IsMixed() const { return left != right; }
 };
 
@@ -38,7 +39,7 @@ public:
     /// Cells in which a piece of an entry begins, in order.
     const std::vector<std::uint64_t>& Starts() const { return starts_; }
     /// Cells whose looks do not show that they have blocks of such a look, in order.
-    std::vector<std::uint64_t> Hiding(Look look) const;
+    const std::vector<std::uint64_t>& Hiding(Look look) const { return hiding_[Index(look)]; }
 
 private:
     /// By look.

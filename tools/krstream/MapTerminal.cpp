@@ -40,7 +40,7 @@ std::vector<CellRun> ShownRuns(const MapCells& cells) {
     std::vector<CellRun> shown;
     for (const CellRun& run : cells.Runs()) {
         const bool more = cells.BlocksPerCell() > 1 && !shown.empty();
-        if (more && shown.back().Most() == run.Most()) {
+        if (more && shown.back().most == run.most) {
             shown.back().cells += run.cells;
         } else {
             shown.push_back(run);
@@ -52,14 +52,14 @@ std::vector<CellRun> ShownRuns(const MapCells& cells) {
 /// The cells from `first` on, up to `count`, of a run. A piece of an entry begins with a capital
 /// letter.
 std::string CellText(const CellRun& run, std::uint64_t first, std::uint64_t count, bool colours) {
-    const char symbol = StyleOf(run.Most()).symbol;
-    const bool letter = run.Most() <= Look::OtherEntry;
+    const char symbol = StyleOf(run.most).symbol;
+    const bool letter = run.most <= Look::OtherEntry;
     const auto small = static_cast<char>(std::tolower(static_cast<unsigned char>(symbol)));
     std::string text(count, letter && colours ? ' ' : small);
     if (letter && first == run.firstCell) {
         text.front() = symbol;
     }
-    return colours ? Coloured(text, run.Most()) : text;
+    return colours ? Coloured(text, run.most) : text;
 }
 
 /// The rows of cells, each behind the number of its first block.

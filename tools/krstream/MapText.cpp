@@ -9,17 +9,13 @@
 namespace {
 
 std::string SizeLine(const BlockMap& map, bool encrypted) {
-    std::string line = ReadableSize(map.BlockCount() * kBlockSize) +
-                       (encrypted ? ", encrypted" : "") + ", " + Counted(map.BlockCount(), "block");
-    if (map.BlockCount() == 0) {
-        return "an empty file: it has no blocks yet";
-    }
     const std::uint64_t free = map.Of(Look::Free).blocks;
-    line += ": " + std::to_string(map.Entries().blocks) + " of entries, " +
-            std::to_string(map.Of(Look::Directory).blocks) + " of the directory, " +
-            std::to_string(map.Of(Look::FreeList).blocks) + " of the record of free blocks, " +
-            std::to_string(free) + " free";
-    return line + " (" + std::to_string(free * 100 / map.BlockCount()) + "%)";
+    return ReadableSize(map.BlockCount() * kBlockSize) + (encrypted ? ", encrypted" : "") + ", " +
+           Counted(map.BlockCount(), "block") + ": " + std::to_string(map.Entries().blocks) +
+           " of entries, " + std::to_string(map.Of(Look::Directory).blocks) +
+           " of the directory, " + std::to_string(map.Of(Look::FreeList).blocks) +
+           " of the record of free blocks, " + std::to_string(free) + " free (" +
+           std::to_string(free * 100 / map.BlockCount()) + "%)";
 }
 
 std::string EntriesLine(const BlockMap& map) {
@@ -48,11 +44,10 @@ std::string NameOf(Look look, const BlockMap& map) {
 } // namespace
 
 std::vector<std::string> SummaryLines(const BlockMap& map, bool encrypted) {
-    std::vector<std::string> lines = {SizeLine(map, encrypted)};
-    if (map.BlockCount() > 0) {
-        lines.push_back(EntriesLine(map));
+    if (map.BlockCount() == 0) {
+        return {"an empty file: it has no blocks yet"};
     }
-    return lines;
+    return {SizeLine(map, encrypted), EntriesLine(map)};
 }
 
 std::string DamageLine(const BlockMap& map) {
@@ -74,8 +69,8 @@ std::string LegendName(const BlockMap::Group& group) {
 std::string RunText(const CellRun& run, const BlockMap& map, const MapCells& cells) {
     const std::string blocks = BlocksText(run.firstBlock, run.blocks);
     if (run.IsMixed()) {
-        const Look less = run.Most() == run.left ? run.right : run.left;
-        return blocks + ": mostly " + NameOf(run.Most(), map) + ", then " + NameOf(less, map);
+        const Look less = run.most == run.left ? run.right : run.left;
+        return blocks + ": mostly " + NameOf(run.most, map) + ", then " + NameOf(less, map);
     }
     if (cells.BlocksPerCell() > 1) {
         return blocks + ": " + NameOf(run.left, map);
