@@ -52,6 +52,29 @@ _krstream_unquoted() {
     printf '%s' "$plain"
 }
 
+# Gives each reply the form that it has in the line behind the quote $1, if there is one, so that
+# nothing in it is expanded. What the shell itself would quote leaves out backquotes, dollar signs
+# and tildes.
+_krstream_quote() {
+    local quoted c i k
+    for k in "${!COMPREPLY[@]}"; do
+        printf -v quoted %q "${COMPREPLY[k]}"
+        if [[ $1 ]]; then
+            quoted=''
+            for ((i = 0; i < ${#COMPREPLY[k]}; i++)); do
+                c=${COMPREPLY[k]:i:1}
+                case $1$c in
+                \'\') c="'\\''" ;;
+                \"!) c='"\!"' ;;
+                \"[\\\"\$\`]) c=\\$c ;;
+                esac
+                quoted+=$c
+            done
+        fi
+        COMPREPLY[k]=$quoted
+    done
+}
+
 # Completes the word $3 to names of entries of the file $2, by the program $1. Names with control
 # characters are left out: nobody could see what stands in the line.
 _krstream_entries() {
@@ -61,14 +84,15 @@ _krstream_entries() {
             COMPREPLY+=("$name")
         fi
     done < <("$1" list --null -- "$2" 2>/dev/null)
-    compopt -o filenames 2>/dev/null
 }
 
 _krstream() {
     local words=() word last='' command='' values=() only_values='' i kind
-    # Where the shell divides words at colons, they are put together again.
+    # Where the shell divides words at signs that names have, they are put together again, but not
+    # an option and its value.
     for word in "${COMP_WORDS[@]:0:COMP_CWORD+1}"; do
-        if ((${#words[@]} > 1)) && [[ $word == :* || $last == *: ]]; then
+        if ((${#words[@]} > 1)) && [[ $word == [:=@]* || $last == *[:=@] ]] &&
+            [[ ${words[-1]} != -* && ${words[-1]} != = ]]; then
             words[-1]+=$word
         else
             words+=("$word")
@@ -81,6 +105,12 @@ _krstream() {
     elif [[ $before == = ]]; then
         before=${words[-3]}
     fi
+    # What stands in the line before the part that is replaced.
+    local replaced=${COMP_WORDS[COMP_CWORD]} kept
+    if [[ $replaced == [:=@]* ]]; then
+        replaced=''
+    fi
+    kept=$(_krstream_unquoted "${current%"$replaced"}")
     for ((i = 1; i < ${#words[@]} - 1; i++)); do
         word=${words[i]}
         if [[ $only_values || $word != -?* ]]; then
@@ -109,7 +139,8 @@ _krstream() {
         mapfile -t COMPREPLY < <(compgen -W "$(_krstream_options "$command")" -- "$current")
         return
     fi
-    case ${kind:-$(_krstream_argument "$command" $((${#values[@]} + 1)))} in
+    kind=${kind:-$(_krstream_argument "$command" $((${#values[@]} + 1)))}
+    case $kind in
     file) return ;; # as for every other program
     command) mapfile -t COMPREPLY < <(compgen -W '@commands@' -- "$current") ;;
     folder)
@@ -124,8 +155,13 @@ _krstream() {
     generated) mapfile -t COMPREPLY < <(compgen -W 'man bash zsh' -- "$current") ;;
     esac
     compopt +o default +o bashdefault 2>/dev/null
-    if [[ $COMP_WORDBREAKS == *:* && $current == *:* ]]; then
-        COMPREPLY=("${COMPREPLY[@]#"${current%"${current##*:}"}"}")
+    COMPREPLY=("${COMPREPLY[@]#"$kept"}")
+    if [[ $kind == entry ]]; then
+        local quote=${replaced:0:1}
+        if [[ $quote != [\'\"] || ${replaced:1} == *$quote* ]]; then
+            quote=''
+        fi
+        _krstream_quote "$quote"
     fi
 }
 

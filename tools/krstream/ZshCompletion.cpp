@@ -13,7 +13,7 @@ constexpr const char* kZshScript = R"zsh(#compdef krstream
 
 _krstream_entries() {
     local -a entries
-    entries=("${(@0)$(krstream list --null -- ${(Q)line[1]} 2>/dev/null)}")
+    entries=("${(@0)$(krstream list --null -- ${(Q)line[1]/#\~\//$HOME/} 2>/dev/null)}")
     # Names with control characters are left out: nobody could see what stands in the line.
     entries=(${entries:#*[[:cntrl:]]*})
     compadd -a entries
