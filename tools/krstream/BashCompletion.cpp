@@ -198,15 +198,6 @@ std::string AllNames(const CLI::App& command) {
     return Joined(all, " ");
 }
 
-/// A command and its aliases as a pattern.
-std::string Pattern(const CommandText& text) {
-    std::string pattern = text.name;
-    for (const char* const alias : text.aliases) {
-        pattern += std::string(" | ") + alias;
-    }
-    return pattern;
-}
-
 /// What kind of value the placeholder of an option stands for.
 std::string KindOf(const std::string& placeholder) {
     if (placeholder == "DIR") {
@@ -221,7 +212,7 @@ std::string KindOf(const std::string& placeholder) {
 std::string OptionTable(const CLI::App& app) {
     std::string table = Case("''", AllNames(app));
     for (const CommandText& text : CommandTexts()) {
-        table += Case(Pattern(text), AllNames(*app.get_subcommand(text.name)));
+        table += Case(text.Names(" | "), AllNames(*app.get_subcommand(text.name)));
     }
     return table;
 }
@@ -247,12 +238,9 @@ std::string ArgumentTable(const CLI::App& app) {
     std::string table;
     for (const CommandText& text : CommandTexts()) {
         const std::string forms = ArgumentForms(*app.get_subcommand(text.name));
-        std::string pattern = text.name + std::string(":*");
-        for (const char* const alias : text.aliases) {
-            pattern += std::string(" | ") + alias + ":*";
-        }
         if (forms != "FILE") {
-            table += Case(pattern, forms.find("NAME") == std::string::npos ? "file" : "entry");
+            table += Case(text.Names(":* | ") + ":*",
+                          forms.find("NAME") == std::string::npos ? "file" : "entry");
         }
     }
     return table;

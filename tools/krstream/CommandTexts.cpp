@@ -154,6 +154,14 @@ std::vector<CommandText> AllTexts() {
 
 } // namespace
 
+std::string CommandText::Names(const std::string& between) const {
+    std::string names = name;
+    for (const char* const alias : aliases) {
+        names += between + alias;
+    }
+    return names;
+}
+
 const std::vector<CommandText>& CommandTexts() {
     static const std::vector<CommandText> kTexts = AllTexts();
     return kTexts;

@@ -19,6 +19,9 @@ struct CommandText {
     /// Lines of at most 74 characters; where they break means nothing.
     const char* details;
     std::vector<Example> examples;
+
+    /// Name and aliases with `between` between them.
+    std::string Names(const std::string& between) const;
 };
 
 /// All commands, those of a group side by side.

@@ -24,8 +24,7 @@ std::string OptionLines(const CLI::App& command) {
 
 std::string ArgumentLines(const CLI::App& command) {
     std::ostringstream out;
-    for (const CLI::Option* option :
-         command.get_options([](const CLI::Option* any) { return any->get_positional(); })) {
+    for (const CLI::Option* option : Arguments(command)) {
         AppendLine(out, option->get_name(true), option->get_description());
     }
     return out.str();
@@ -47,11 +46,7 @@ std::string CommandLines() {
             group = text.group;
             out << '\n' << group << ":\n";
         }
-        std::string names = text.name;
-        for (const char* const alias : text.aliases) {
-            names += std::string(", ") + alias;
-        }
-        AppendLine(out, names, text.summary);
+        AppendLine(out, text.Names(", "), text.summary);
     }
     return out.str();
 }
@@ -108,13 +103,16 @@ std::string OptionForms(const CLI::Option& option) {
 
 std::string ArgumentForms(const CLI::App& command) {
     std::string forms;
-    for (const CLI::Option* option :
-         command.get_options([](const CLI::Option* any) { return any->get_positional(); })) {
+    for (const CLI::Option* option : Arguments(command)) {
         const bool many = option->get_expected_max() > 1;
         const std::string form = option->get_name(true) + (many ? "..." : "");
         forms += (forms.empty() ? "" : " ") + (option->get_required() ? form : '[' + form + ']');
     }
     return forms;
+}
+
+std::vector<const CLI::Option*> Arguments(const CLI::App& command) {
+    return command.get_options([](const CLI::Option* option) { return option->get_positional(); });
 }
 
 std::vector<const CLI::Option*> NamedOptions(const CLI::App& command) {

@@ -11,6 +11,8 @@ std::string OptionForms(const CLI::Option& option);
 /// The arguments of a command: "FILE [NAME...]".
 std::string ArgumentForms(const CLI::App& command);
 
+std::vector<const CLI::Option*> Arguments(const CLI::App& command);
+
 /// The options that have names, in the order of their definition, --help last.
 std::vector<const CLI::Option*> NamedOptions(const CLI::App& command);
 

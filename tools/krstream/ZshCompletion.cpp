@@ -90,8 +90,7 @@ std::string AllOptionSpecs(const CLI::App& command) {
 
 std::string ArgumentSpecs(const CLI::App& command) {
     std::string specs;
-    for (const CLI::Option* option :
-         command.get_options([](const CLI::Option* any) { return any->get_positional(); })) {
+    for (const CLI::Option* option : Arguments(command)) {
         const std::string name = option->get_name(true);
         const bool many = option->get_expected_max() > 1;
         const char* const place = name == "FILE" ? "1" : (many ? "*" : "2");
@@ -107,12 +106,9 @@ std::string ZshCompletion(const CLI::App& app) {
     std::string cases;
     for (const CommandText& text : CommandTexts()) {
         commands += std::string("        '") + text.name + ':' + Quoted(text.summary) + "'\n";
-        cases += std::string("        ") + text.name;
-        for (const char* const alias : text.aliases) {
-            cases += std::string(" | ") + alias;
-        }
         const CLI::App& command = *app.get_subcommand(text.name);
-        cases += ") _arguments -s" + AllOptionSpecs(command) + ArgumentSpecs(command) + " ;;\n";
+        cases += "        " + text.Names(" | ") + ") _arguments -s" + AllOptionSpecs(command) +
+                 ArgumentSpecs(command) + " ;;\n";
     }
     std::string script = kZshScript;
     boost::replace_all(script, "@commands@", commands);
