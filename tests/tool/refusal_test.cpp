@@ -55,6 +55,9 @@ TEST_F(RefusalTest, RefusedCommandsChangeNothing) {
         {{"list", "have.kr", "-l", "--json"}, 64, "see 'krstream list --help'"},
         {{"--generate", "csh"}, 64, "man, bash and zsh"},
         {{"create", "new.kr"}, 64, "PATH"},
+        {{"create", "new.kr", ""}, 64, "PATH: an empty value"},
+        {{"map", "have.kr", "-o", ""}, 64, "--output: an empty value"},
+        {{"rm", "--password-file=", "have.kr", "a"}, 64, "--password-file=: an empty value"},
         {{"list", "have.kr", "--frob"}, 64, "--frob"},
         {{"add", "have.kr", "-"}, 64, "--name"},
         {{"add", "have.kr", "a", "--name", "b"}, 64, "--name"},
@@ -179,7 +182,6 @@ TEST_F(RefusalTest, MessagesSayWhatToDo) {
         {"cat f.kr Note.txt", "f.kr: has no entry Note.txt; did you mean notes.txt?"},
         {"cat f.kr q$'\\n'", "f.kr: has no entry q\\n; see 'krstream list'"},
         {"extract f.kr " + std::string(256, 'n'), "File name too long; 'krstream cat' can write"},
-        {"create new.kr ''", "'.' is the current folder"},
         {"create . large", "is not a file, so it is not replaced; take another name"},
     };
     const auto before = Snapshot();

@@ -20,15 +20,22 @@ namespace {
 /// Stands before an argument that the parser would not take as it is; Text options remove it again.
 constexpr char kGuard = '\x01';
 
+/// A mistake in a script, such as a variable that was never set.
+constexpr const char* kEmptyValue = "an empty value names nothing";
+
 /// The arguments in the parser's order, last one first. The parser would split one in brackets into
-/// a list, end a command at "++", and know "--" only where a value has to follow.
+/// a list, end a command at "++", know "--" only where a value has to follow, and take what comes
+/// after "--name=" for the missing value.
 std::vector<std::string> GuardedArguments(int argc, const char* const* argv) {
     std::vector<std::string> arguments;
     bool onlyValues = false;
     for (int i = 1; i < argc; ++i) {
         const std::string argument = argv[i];
-        if (!onlyValues && argument == "--") {
+        const bool isOption = !onlyValues && argument.compare(0, 2, "--") == 0;
+        if (isOption && argument.size() == 2) {
             onlyValues = true;
+        } else if (isOption && argument.find('=') == argument.size() - 1) {
+            throw CLI::ValidationError(argument, kEmptyValue);
         } else if (onlyValues || argument.find_first_of("[{+\x01") == 0) {
             arguments.push_back(kGuard + argument);
         } else {
@@ -46,13 +53,13 @@ std::string Unguarded(std::string value) {
     return value;
 }
 
-/// An option or positional whose values are any bytes.
+/// An option or positional whose values are any bytes, at least one.
 template <class Target>
 CLI::Option* Text(CLI::App& command, const std::string& names, Target& target,
                   const std::string& help) {
     const auto unguard = [](std::string& value) {
         value = Unguarded(value);
-        return std::string();
+        return std::string(value.empty() ? kEmptyValue : "");
     };
     return command.add_option(names, target, help)
         ->transform(CLI::Validator(unguard, ""))

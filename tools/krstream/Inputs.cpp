@@ -19,10 +19,6 @@ public:
     explicit Collector(Report& report) : report_(report) {}
 
     void AddArgument(const fs::path& folder, const std::string& argument) {
-        if (argument.empty()) {
-            throw Failure("an empty path names nothing; '.' is the current folder, nothing was "
-                          "written");
-        }
         const fs::path path = folder / argument;
         std::error_code error;
         const fs::file_type type = fs::status(path, error).type();
