@@ -178,10 +178,14 @@ TEST_F(RefusalTest, ADamagedEntryCostsOnlyItself) {
 TEST_F(RefusalTest, MessagesSayWhatToDo) {
     WriteFile("large", Pattern(100000, 1));
     WriteFile("f.kr", FileOf({{"notes.txt", "x"}, {std::string(256, 'n'), "y"}}));
+    std::string nameless = FileOf({{"a", "x"}});
+    nameless[nameless.find("a" + std::string(8, '\0'))] = '\0';
+    WriteFile("noname.kr", nameless);
     const std::vector<std::pair<std::string, std::string>> cases = {
         {"cat f.kr Note.txt", "f.kr: has no entry Note.txt; did you mean notes.txt?"},
         {"cat f.kr q$'\\n'", "f.kr: has no entry q\\n; see 'krstream list'"},
         {"extract f.kr " + std::string(256, 'n'), "File name too long; 'krstream cat' can write"},
+        {"cat noname.kr note", "noname.kr: has no entry note; see 'krstream list'"},
         {"create . large", "is not a file, so it is not replaced; take another name"},
     };
     const auto before = Snapshot();

@@ -39,9 +39,9 @@ std::string Suggestion(const std::string& name, const EntriesByName& entries) {
             folded.push_back(key);
         }
     }
-    const auto nearest = entries.find(NearestWord(FoldCase(name), folded));
-    return nearest == entries.end() ? "; see 'krstream list'"
-                                    : "; did you mean " + Printable(nearest->second.name) + "?";
+    const std::string nearest = NearestWord(FoldCase(name), folded);
+    return nearest.empty() ? "; see 'krstream list'"
+                           : "; did you mean " + Printable(entries.at(nearest).name) + "?";
 }
 
 } // namespace

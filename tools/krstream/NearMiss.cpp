@@ -21,7 +21,7 @@ std::size_t Distance(std::string_view a, std::string_view b) {
                 row[j] = std::min(row[j], beforeLast[j - 2] + 1);
             }
         }
-        beforeLast = std::exchange(last, row);
+        beforeLast = std::exchange(last, std::move(row));
     }
     return last.back();
 }
