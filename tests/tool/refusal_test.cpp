@@ -186,6 +186,7 @@ TEST_F(RefusalTest, MessagesSayWhatToDo) {
         {"cat f.kr q$'\\n'", "f.kr: has no entry q\\n; see 'krstream list'"},
         {"extract f.kr " + std::string(256, 'n'), "File name too long; 'krstream cat' can write"},
         {"cat noname.kr note", "noname.kr: has no entry note; see 'krstream list'"},
+        {"map large -o f.kr", "f.kr: is there already; use --force"},
         {"create . large", "is not a file, so it is not replaced; take another name"},
     };
     const auto before = Snapshot();

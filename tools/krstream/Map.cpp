@@ -1,7 +1,6 @@
 #include "BlockMap.h"
 #include "Commands.h"
 #include "MapPictures.h"
-#include "OpenFile.h"
 #include "OutputFile.h"
 #include "RecoveryFile.h"
 #include "StandardOutput.h"
@@ -10,21 +9,25 @@
 
 namespace {
 
-void WriteSvg(const Options& options, const Pictured& pictured) {
-    const UniqueFd replaced = HoldReplaced(options.target, options.force);
-    OutputFile output(options.target,
-                      replaced ? OutputFile::Existing::Replace : OutputFile::Existing::Refuse);
-    const int error = WriteAll(output.Descriptor(), DrawSvg(pictured));
-    if (error != 0) {
-        throw Failure(options.target, "could not be written: " + WriteErrorText(error));
-    }
-    output.PutInPlace();
-}
-
 /// Colours where they can be seen and have not been asked to stay away.
 bool WantsColours(const StandardOutput& out) {
     const char* const none = std::getenv("NO_COLOR");
     return out.IsTerminal() && (none == nullptr || *none == '\0');
+}
+
+void Print(const Pictured& pictured) {
+    StandardOutput out;
+    out.Write(DrawText(pictured, TerminalColumns(STDOUT_FILENO), WantsColours(out)));
+    out.Flush();
+}
+
+void WriteSvg(const Pictured& pictured, const std::string& path, OutputFile::Existing existing) {
+    OutputFile output(path, existing);
+    const int error = WriteAll(output.Descriptor(), DrawSvg(pictured));
+    if (error != 0) {
+        throw Failure(path, "could not be written: " + WriteErrorText(error));
+    }
+    output.PutInPlace();
 }
 
 } // namespace
@@ -32,19 +35,17 @@ bool WantsColours(const StandardOutput& out) {
 ExitStatus Map(const Options& options) {
     Report report;
     Recovery::File file;
-    if (!options.target.empty()) {
-        RequireRegularFile(options.file, KrStreamE::ReadOnly);
-        RefuseSameFile(options.file, options.target);
-    }
+    const bool inTerminal = options.target.empty();
+    const UniqueFd replaced =
+        inTerminal ? UniqueFd() : HoldTarget(options.file, options.target, options.force);
     OpenForRecovery(file, options.file, report, ExitStatus::InUse);
     const BlockMap map(file);
     const Pictured pictured{map, options.file, file.IsEncrypted()};
-    if (!options.target.empty()) {
-        WriteSvg(options, pictured);
-        return ExitStatus::Done;
+    if (inTerminal) {
+        Print(pictured);
+    } else {
+        WriteSvg(pictured, options.target,
+                 replaced ? OutputFile::Existing::Replace : OutputFile::Existing::Refuse);
     }
-    StandardOutput out;
-    out.Write(DrawText(pictured, TerminalColumns(STDOUT_FILENO), WantsColours(out)));
-    out.Flush();
     return ExitStatus::Done;
 }

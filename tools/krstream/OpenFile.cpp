@@ -90,8 +90,7 @@ Failure Diagnosis(const std::string& path, KrStreamE::OpenMode mode) {
         return {path, "cannot be opened: " + ErrorText(errno) + "; try again"};
     }
     if (IsLockedElsewhere(fd.Get(), mode == KrStreamE::ReadWrite ? LOCK_EX : LOCK_SH)) {
-        return {path, "is in use by another program; try again when that is done with it",
-                ExitStatus::InUse};
+        return InUseFailure(path);
     }
     return {path, Defect(fd.Get(), mode)};
 }
@@ -168,6 +167,10 @@ bool CloseWritten(CompoundFile& file, const std::string& path) {
     // would show.
     return file.Close() == KrStreamE::Ok && stat(path.c_str(), &status) == 0 &&
            status.st_size % static_cast<off_t>(kBlockSize) == 0;
+}
+
+Failure InUseFailure(const std::string& path, ExitStatus status) {
+    return {path, "is in use by another program; try again when that is done with it", status};
 }
 
 Failure WriteFailure(const std::string& subject) {

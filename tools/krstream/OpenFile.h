@@ -52,5 +52,8 @@ void RequireRegularFile(const std::string& path, KrStreamE::OpenMode mode);
 /// Flushes and closes a file that was written at `path`. False when something could not be written.
 bool CloseWritten(CompoundFile& file, const std::string& path);
 
+/// Says that another program has the file at `path` open.
+Failure InUseFailure(const std::string& path, ExitStatus status = ExitStatus::InUse);
+
 /// Says that writing `subject` failed, and what may help.
 Failure WriteFailure(const std::string& subject);

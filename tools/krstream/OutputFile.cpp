@@ -70,17 +70,18 @@ UniqueFd HoldReplaced(const std::string& path, bool force) {
                                 "; check its permissions or take another name");
     }
     if (IsLockedElsewhere(fd.Get(), LOCK_EX)) {
-        throw Failure(path, "is in use by another program; try again when that is done with it",
-                      ExitStatus::InUse);
+        throw InUseFailure(path);
     }
     return fd;
 }
 
-void RefuseSameFile(const std::string& file, const std::string& target) {
+UniqueFd HoldTarget(const std::string& file, const std::string& target, bool force) {
+    RequireRegularFile(file, KrStreamE::ReadOnly);
     std::error_code error;
     if (fs::equivalent(file, target, error)) {
         throw Failure(target, "is FILE itself, which stays as it is; take another name");
     }
+    return HoldReplaced(target, force);
 }
 
 OutputFile::OutputFile(const std::string& target, Existing existing)

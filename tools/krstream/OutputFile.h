@@ -9,8 +9,9 @@
 /// none when nothing is there.
 UniqueFd HoldReplaced(const std::string& path, bool force);
 
-/// Throws Failure when `target` is the file that it is to be made from.
-void RefuseSameFile(const std::string& file, const std::string& target);
+/// The same for a file that is to be made from `file`, before that is read, which can take long.
+/// Throws Failure also when `file` cannot be read, or is the target itself.
+UniqueFd HoldTarget(const std::string& file, const std::string& target, bool force);
 
 /// A file that is written under a name of its own beside its target and put there when it is whole;
 /// removed when it never gets there. A target that is a link is followed.

@@ -16,8 +16,7 @@ void OpenForRecovery(Recovery::File& file, const std::string& path, Report& repo
     case Recovery::Status::Ok:
         return;
     case Recovery::Status::InUse:
-        throw Failure(path, "is in use by another program; try again when that is done with it",
-                      inUse);
+        throw InUseFailure(path, inUse);
     case Recovery::Status::NotBlockFile:
         throw Failure(path, "is not a compound file; check the name");
     default:

@@ -101,10 +101,7 @@ std::uint64_t BytesThere(const Recovery::File& file) {
 ExitStatus Repair(const Options& options) {
     Report report;
     Recovery::File file;
-    // Before anything is read: that can take long.
-    RequireRegularFile(options.file, KrStreamE::ReadOnly);
-    RefuseSameFile(options.file, options.target);
-    const UniqueFd replaced = HoldReplaced(options.target, options.force);
+    const UniqueFd replaced = HoldTarget(options.file, options.target, options.force);
     OpenForRecovery(file, options.file, report, ExitStatus::InUse);
     if (file.IsEncrypted() || !options.passwordFile.empty()) {
         Unlock(file, options.file, PasswordSource(options.passwordFile));
