@@ -4,13 +4,14 @@ namespace {
 
 /// What a terminal or a reader could be fooled by: an escape sequence, a newline, a carriage
 /// return, bytes that are no UTF-8, text from right to left, a control character of two bytes.
-const std::string kNasty = "\x1b[2J line\nkrstream: forged \r \xff\xfe \xe2\x80\xaegnp \xc2\x9b"
-                           "0m \x7f \t <b>&";
+const std::string kNasty =
+    "\x1b[2J line\nkrstream: forged \r \xff\xfe \xe2\x80\xaegnp \xd8\x9c \xc2\x9b"
+    "0m \x7f \t <b>&";
 
 /// Whether `text` is lines of plain UTF-8.
 ::testing::AssertionResult IsHarmless(const std::string& text) {
-    for (const char* const bad :
-         {"\x1b", "\r", "\xff", "\xe2\x80\xae", "\xc2\x9b", "\x7f", "\t", "\nkrstream: forged"}) {
+    for (const char* const bad : {"\x1b", "\r", "\xff", "\xe2\x80\xae", "\xd8\x9c", "\xc2\x9b",
+                                  "\x7f", "\t", "\nkrstream: forged"}) {
         if (text.find(bad) != std::string::npos) {
             return ::testing::AssertionFailure() << testing::PrintToString(text);
         }

@@ -41,8 +41,8 @@ void AppendEscaped(std::string& out, char c) {
 
 /// Characters that change how the text around them looks, such as its direction.
 bool IsFormatting(std::uint32_t codePoint) {
-    return codePoint == 0x200e || codePoint == 0x200f || codePoint == 0xfeff ||
-           (codePoint >= 0x2028 && codePoint <= 0x202e) ||
+    return codePoint == 0x061c || codePoint == 0x200e || codePoint == 0x200f ||
+           codePoint == 0xfeff || (codePoint >= 0x2028 && codePoint <= 0x202e) ||
            (codePoint >= 0x2066 && codePoint <= 0x2069);
 }
 
