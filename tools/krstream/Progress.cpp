@@ -15,16 +15,20 @@ constexpr auto kInterval = 100ms;
 
 } // namespace
 
-Progress::Progress()
-    : onTerminal_(isatty(STDERR_FILENO) != 0), start_(Clock::now()), next_(start_ + kQuietTime) {}
+Progress::Progress() : onTerminal_(isatty(STDERR_FILENO) != 0) {
+    Begin("working", 0);
+}
 
 Progress::~Progress() {
     Clear();
 }
 
 void Progress::Begin(const char* what, std::uint64_t total) {
+    Clear();
     work_ = {what, 0, total};
     start_ = Clock::now();
+    // Rates of the first moments say nothing, also when other work has gone before.
+    next_ = start_ + kQuietTime;
 }
 
 void Progress::Advance(std::uint64_t bytes) {
