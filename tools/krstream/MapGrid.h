@@ -14,7 +14,6 @@ public:
     std::uint64_t Rows() const { return (cells_ + perRow_ - 1) / perRow_; }
     int Left() const { return left_; }
     int Top() const { return top_; }
-    int Width() const { return static_cast<int>(perRow_) * cell_; }
     int Height() const { return static_cast<int>(Rows()) * cell_; }
     int X(std::uint64_t cell) const { return left_ + static_cast<int>(cell % perRow_) * cell_; }
     int Y(std::uint64_t cell) const { return top_ + static_cast<int>(cell / perRow_) * cell_; }

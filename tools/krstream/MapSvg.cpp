@@ -20,6 +20,9 @@ constexpr int kGridLeft = 80;
 constexpr int kGridRight = 912;
 constexpr int kLineHeight = 19;
 constexpr int kLegendRow = 24;
+/// Right ends of columns of the legend.
+constexpr int kSizeRight = 640;
+constexpr int kBlocksRight = 770;
 constexpr const char* kQuietColour = "#52606d";
 constexpr const char* kDamageColour = "#b00020";
 
@@ -45,24 +48,24 @@ constexpr const char* kHatchings = R"(
 <path stroke='#d50032' stroke-width='2' d='M0 0l6 6M6 0l-6 6'/></pattern>
 )";
 
-/// The lines between cells, from the left end of the rows on.
-std::string GridPattern(int cell) {
-    const std::string side = std::to_string(cell);
+/// The lines between cells, from the corner of the first one on.
+std::string GridPattern(const MapGrid& grid) {
+    const std::string side = std::to_string(grid.Cell());
     return "<pattern id='grid' width='" + side + "' height='" + side + "' x='" +
-           std::to_string(kGridLeft) +
-           "' y='0' patternUnits='userSpaceOnUse'><path fill='none' stroke='#fff' "
+           std::to_string(grid.Left()) + "' y='" + std::to_string(grid.Top()) +
+           "' patternUnits='userSpaceOnUse'><path fill='none' stroke='#fff' "
            "stroke-opacity='0.75' d='M0 " +
            side + "V0H" + side + "'/></pattern>\n";
 }
 
 /// What every picture begins with: its fills and its own background.
-std::string Frame(int height, int cell) {
+std::string Frame(int height, const MapGrid& grid) {
     const std::string width = std::to_string(kPictureWidth);
     const std::string size = "width='" + width + "' height='" + std::to_string(height) + "'";
     return "<svg xmlns='http://www.w3.org/2000/svg' " + size + " viewBox='0 0 " + width + ' ' +
            std::to_string(height) +
            "' font-family='system-ui, DejaVu Sans, sans-serif' font-size='13' fill='#1f2933'>\n" +
-           "<defs>" + kHatchings + GridPattern(cell) + "</defs>\n<rect " + size +
+           "<defs>" + kHatchings + GridPattern(grid) + "</defs>\n<rect " + size +
            " rx='8' fill='#fff'/>\n";
 }
 
@@ -93,13 +96,17 @@ std::string PieceStarts(const MapCells& cells, const MapGrid& grid) {
     return path.empty() ? path : Path(path, "#000");
 }
 
+int SymbolSize(const MapGrid& grid) {
+    return std::min(16, grid.Cell() * 7 / 10);
+}
+
 /// The symbol in a run's first cell, with the number of the piece where there is room for it.
 std::string Symbol(const CellRun& run, const BlockMap& map, const MapGrid& grid) {
     const LookStyle& style = StyleOf(run.left);
     std::string text(1, style.symbol);
     const std::uint64_t room = std::min(run.cells, grid.PerRow() - run.firstCell % grid.PerRow()) *
                                static_cast<std::uint64_t>(grid.Cell());
-    const int size = std::min(16, grid.Cell() * 7 / 10);
+    const int size = SymbolSize(grid);
     const Piece& piece = map.Pieces()[run.piece];
     if (run.left <= Look::OtherEntry && map.PiecesOf(piece) > 1) {
         const std::string number = std::to_string(piece.number);
@@ -114,8 +121,8 @@ std::string Symbol(const CellRun& run, const BlockMap& map, const MapGrid& grid)
 }
 
 std::string Symbols(const MapCells& cells, const BlockMap& map, const MapGrid& grid) {
-    const int size = std::min(16, grid.Cell() * 7 / 10);
-    std::string text = "<g pointer-events='none' font-size='" + std::to_string(size) + "'>\n";
+    std::string text =
+        "<g pointer-events='none' font-size='" + std::to_string(SymbolSize(grid)) + "'>\n";
     for (const CellRun& run : cells.Runs()) {
         if (run.left != Look::Free) {
             text += Symbol(run, map, grid);
@@ -142,14 +149,14 @@ std::string HiddenBlocks(const MapCells& cells, const MapGrid& grid) {
 }
 
 std::string RowLabels(const MapCells& cells, const MapGrid& grid) {
-    std::string text = "<g font-size='11' text-anchor='end' fill='#52606d'>\n";
+    std::string text = "<g font-size='11' text-anchor='end'>\n";
     const std::uint64_t step = grid.Cell() < kLineHeight ? 4 : 1;
     for (std::uint64_t row = 0; row < grid.Rows(); row += step) {
         const std::uint64_t cell = row * grid.PerRow();
         text += Text(kGridLeft - 8, grid.Y(cell) + grid.Cell() / 2 + 4,
                      std::to_string(cell * cells.BlocksPerCell() + 1));
     }
-    return text + "</g>\n";
+    return Filled(kQuietColour, text + "</g>");
 }
 
 std::vector<std::string> Notes(const MapCells& cells) {
@@ -172,9 +179,10 @@ std::vector<std::string> Notes(const MapCells& cells) {
 }
 
 std::string LegendHead(int y) {
-    return "<g font-size='11' fill='#52606d'>" + Text(kGridLeft, y, "largest first") +
-           "<g text-anchor='end'>" + Text(640, y, "size") + Text(770, y, "blocks") +
-           Text(kGridRight, y, "pieces") + "</g></g>\n";
+    return Filled(kQuietColour, "<g font-size='11'>" + Text(kGridLeft, y, "largest first") +
+                                    "<g text-anchor='end'>" + Text(kSizeRight, y, "size") +
+                                    Text(kBlocksRight, y, "blocks") +
+                                    Text(kGridRight, y, "pieces") + "</g></g>");
 }
 
 std::string LegendLine(const BlockMap::Group& group, int y) {
@@ -189,8 +197,8 @@ std::string LegendLine(const BlockMap::Group& group, int y) {
         std::to_string(y) + "' text-anchor='middle' font-size='12' fill='" + style.text + "'" +
         Halo(group.look) + '>' + (group.look == Look::Free ? ' ' : style.symbol) + "</text>" +
         Text(kGridLeft + 28, y, Xml(Shortened(name, kNameLength))) + "<g text-anchor='end'>";
-    line += entry ? Text(640, y, ReadableSize(group.bytes)) : "";
-    line += Text(770, y, std::to_string(group.blocks));
+    line += entry ? Text(kSizeRight, y, ReadableSize(group.bytes)) : "";
+    line += Text(kBlocksRight, y, std::to_string(group.blocks));
     line += entry ? Text(kGridRight, y, std::to_string(group.pieces)) : "";
     return line + "</g></g>\n";
 }
@@ -233,9 +241,7 @@ std::string Grid(const Pictured& pictured, const MapCells& cells, const MapGrid&
         text += Run(run, pictured, cells, grid);
     }
     text += "</g>\n<g pointer-events='none' shape-rendering='crispEdges'>\n" +
-            std::string("<g transform='translate(0 ") + std::to_string(grid.Top()) + ")'>" +
-            Path(MapGrid(cells.Count(), grid.Left(), 0).Area(0, cells.Count()), "url(#grid)") +
-            "</g>\n";
+            Path(grid.Area(0, cells.Count()), "url(#grid)");
     text += PieceStarts(cells, grid) + HiddenBlocks(cells, grid) + "</g>\n";
     text += cells.BlocksPerCell() == 1 ? Symbols(cells, pictured.map, grid) : "";
     return text + RowLabels(cells, grid);
@@ -249,10 +255,10 @@ std::string DrawSvg(const Pictured& pictured) {
     const std::string header = Header(pictured, cells, bottom);
     const MapGrid grid(cells.Count(), kGridLeft, bottom + kMargin - 4);
     if (cells.Count() == 0) {
-        return Frame(bottom + kMargin, grid.Cell()) + header + "</svg>\n";
+        return Frame(bottom + kMargin, grid) + header + "</svg>\n";
     }
     const int legend = grid.Top() + grid.Height() + kMargin + 8;
     const auto rows = static_cast<int>(pictured.map.Groups().size());
-    return Frame(legend + rows * kLegendRow + kMargin, grid.Cell()) + header +
+    return Frame(legend + rows * kLegendRow + kMargin, grid) + header +
            Grid(pictured, cells, grid) + Legend(pictured.map, legend) + "</svg>\n";
 }
