@@ -10,7 +10,6 @@ std::vector<BlockMap::Group> EmptyGroups() {
     for (std::size_t i = 0; i < kLookCount; ++i) {
         groups[i].look = static_cast<Look>(i);
     }
-    groups[Index(Look::OtherEntry)].name = "other entries";
     groups[Index(Look::Directory)].name = "directory: names, times, first blocks";
     groups[Index(Look::FreeList)].name = "record of free blocks";
     groups[Index(Look::Free)].name = "free";

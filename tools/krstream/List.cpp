@@ -64,16 +64,16 @@ void PrintRow(const Row& row, const Row& widest, const std::string& name, Standa
 }
 
 void PrintLong(const Listed& listed, StandardOutput& out) {
-    const bool anyMarks =
-        std::any_of(listed.entries.begin(), listed.entries.end(),
-                    [&](const Entry& entry) { return !Marks(entry, listed).empty(); });
-    const Row head = {"SIZE", "MODIFIED", "BLOCKS", anyMarks ? "MARKS" : ""};
-    Row widest = head;
+    Row widest = {"SIZE", "MODIFIED", "BLOCKS", ""};
+    Row head = widest;
     for (const Entry& entry : listed.entries) {
         const Row row = Columns(entry, listed);
         for (std::size_t i = 0; i < widest.size(); ++i) {
             widest[i] = widest[i].size() < row[i].size() ? row[i] : widest[i];
         }
+    }
+    if (!widest.back().empty()) {
+        head.back() = widest.back() = "MARKS";
     }
     PrintRow(head, widest, "NAME", out);
     for (const Entry& entry : listed.entries) {
