@@ -31,7 +31,7 @@ TEST(ProgressLineTest, TellsShareRateAndRemainingTime) {
     }
 }
 
-TEST(AmountsTest, SizesNeverShowMoreThanFourDigits) {
+TEST(AmountsTest, SizesStayBelow1024OfTheirUnit) {
     const struct {
         std::uint64_t bytes;
         const char* text;
