@@ -89,9 +89,9 @@ public:
     const DirEntry* GetNextDirEntry(unsigned long& index) const;
     bool DeleteCFFile(const char* name);
     std::optional<EntryRef> FindEntry(const char* name) const;
-    /// Makes an empty entry. None when the name is too long, the engine cannot be written, or the
-    /// write failed.
-    std::optional<EntryRef> CreateEntry(const char* name);
+    /// Makes an empty entry; `first` is then its first block. None when the name is too long, the
+    /// engine cannot be written, or the write failed.
+    std::optional<EntryRef> CreateEntry(const char* name, DataBlock& first);
     /// Whether the reference still means the entry that it was made for.
     bool IsCurrent(const EntryRef& entry) const;
     DirEntry& Entry(const EntryRef& entry) { return directory_.Entry(entry.slot); }
@@ -157,7 +157,7 @@ private:
     void LoadUsage();
 
     std::optional<Directory::Slot> Lookup(const char* name) const;
-    std::optional<EntryRef> MakeEntry(const char* name);
+    std::optional<EntryRef> MakeEntry(const char* name, DataBlock& first);
     void RemoveEntry(Directory::Slot slot);
     Directory::Slot TakeSlot();
     void AppendDirBlock();

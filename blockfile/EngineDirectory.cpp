@@ -29,9 +29,10 @@ std::optional<CompoundFileServer::EntryRef> CompoundFileServer::FindEntry(const 
     return slot ? std::optional<EntryRef>({*slot, directory_.Generation(*slot)}) : std::nullopt;
 }
 
-std::optional<CompoundFileServer::EntryRef> CompoundFileServer::CreateEntry(const char* name) {
+std::optional<CompoundFileServer::EntryRef> CompoundFileServer::CreateEntry(const char* name,
+                                                                            DataBlock& first) {
     std::optional<EntryRef> made;
-    Guard([&] { made = MakeEntry(name); });
+    Guard([&] { made = MakeEntry(name, first); });
     return made;
 }
 
@@ -63,7 +64,8 @@ std::optional<Directory::Slot> CompoundFileServer::Lookup(const char* name) cons
     }
 }
 
-std::optional<CompoundFileServer::EntryRef> CompoundFileServer::MakeEntry(const char* name) {
+std::optional<CompoundFileServer::EntryRef> CompoundFileServer::MakeEntry(const char* name,
+                                                                          DataBlock& first) {
     if (readOnly_ || std::strlen(name) > DirEntry::kMaxNameLength) {
         return std::nullopt;
     }
@@ -71,16 +73,15 @@ std::optional<CompoundFileServer::EntryRef> CompoundFileServer::MakeEntry(const 
     // The name may be that of the slot itself, as the directory walk hands it out.
     const std::string ownName(name);
     const Directory::Slot slot = TakeSlot();
-    DataBlock block;
-    block.Reset(TakeBlock());
-    block.ClearUnused();
-    directory_.Occupy(slot, ownName, TimeText(), block.Number());
+    first.Reset(TakeBlock());
+    first.ClearUnused();
+    directory_.Occupy(slot, ownName, TimeText(), first.Number());
     directoryDirty_ = true;
     try {
-        StoreDataBlock(block);
+        StoreDataBlock(first);
     } catch (...) {
         directory_.Free(slot);
-        usage_.Set(block.Number(), false);
+        usage_.Set(first.Number(), false);
         throw;
     }
     return EntryRef{slot, directory_.Generation(slot)};

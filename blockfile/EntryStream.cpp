@@ -6,20 +6,27 @@ namespace {
 
 using EntryRef = std::optional<CompoundFileServer::EntryRef>;
 
-EntryRef MakeAnew(CompoundFileServer& engine, const char* name) {
-    const bool inTheWay = engine.Exists(name) && !engine.DeleteCFFile(name);
-    return inTheWay ? std::nullopt : engine.CreateEntry(name);
+EntryRef Make(CompoundFileServer& engine, const char* name, std::unique_ptr<DataBlock>& first) {
+    first = std::make_unique<DataBlock>();
+    return engine.CreateEntry(name, *first);
 }
 
-EntryRef EntryFor(CompoundFileServer& engine, const char* name, std::uint32_t mode) {
+EntryRef MakeAnew(CompoundFileServer& engine, const char* name, std::unique_ptr<DataBlock>& first) {
+    const bool inTheWay = engine.Exists(name) && !engine.DeleteCFFile(name);
+    return inTheWay ? std::nullopt : Make(engine, name, first);
+}
+
+/// `first` gets the first block of an entry that is made.
+EntryRef EntryFor(CompoundFileServer& engine, const char* name, std::uint32_t mode,
+                  std::unique_ptr<DataBlock>& first) {
     if ((mode & KrIOStreamDevice::Read) != 0) {
         return engine.FindEntry(name);
     }
     if ((mode & KrIOStreamDevice::Append) != 0) {
         const EntryRef existing = engine.FindEntry(name);
-        return existing ? existing : engine.CreateEntry(name);
+        return existing ? existing : Make(engine, name, first);
     }
-    return (mode & KrIOStreamDevice::Write) != 0 ? MakeAnew(engine, name) : std::nullopt;
+    return (mode & KrIOStreamDevice::Write) != 0 ? MakeAnew(engine, name, first) : std::nullopt;
 }
 
 } // namespace
@@ -27,11 +34,12 @@ EntryRef EntryFor(CompoundFileServer& engine, const char* name, std::uint32_t mo
 std::unique_ptr<std::iostream> OpenEntryStream(CompoundFileServer& engine, const char* name,
                                                std::uint32_t mode) {
     try {
-        const EntryRef entry = EntryFor(engine, name, mode);
+        std::unique_ptr<DataBlock> first;
+        const EntryRef entry = EntryFor(engine, name, mode, first);
         if (!entry) {
             return nullptr;
         }
-        auto stream = std::make_unique<KrIOStream>(engine, *entry, mode);
+        auto stream = std::make_unique<KrIOStream>(engine, *entry, mode, std::move(first));
         engine.CountOpenName(engine.Entry(*entry).name);
         return stream;
     } catch (...) {

@@ -22,7 +22,8 @@ constexpr std::size_t kNowhere = std::numeric_limits<std::size_t>::max();
 
 class KrIOStreamDevice::Data {
 public:
-    Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry);
+    Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry,
+         std::unique_ptr<DataBlock> first);
     ~Data();
     Data(const Data&) = delete;
     Data& operator=(const Data&) = delete;
@@ -44,6 +45,7 @@ private:
     std::size_t BlockOfPosition() const {
         return static_cast<std::size_t>(position_ / kPayloadSize);
     }
+    std::unique_ptr<DataBlock> ReadFirst();
     BlockNumber NextOfCurrent() const;
     std::size_t HeldByCurrent() const;
 
@@ -59,7 +61,7 @@ private:
     const CompoundFileServer::EntryRef entry_;
     const std::string name_;
     /// Null when the entry's first block could not be read.
-    std::unique_ptr<DataBlock> current_ = std::make_unique<DataBlock>();
+    std::unique_ptr<DataBlock> current_;
     /// Made when a block is first appended.
     std::unique_ptr<DataBlock> spare_;
     /// Index of the current block in the chain; kNowhere when it is none of the chain's.
@@ -72,14 +74,14 @@ private:
     bool written_ = false;
 };
 
-KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry)
-    : engine_(engine), entry_(entry), name_(engine.Entry(entry).name) {
-    const BlockNumber first = Entry().firstBlock;
-    const auto wanted = std::min<std::uint64_t>(Entry().size, kFirstRead);
-    if (engine_.ReadDataBlock(first, *current_, BlocksFor(wanted)) == KrStreamE::Ok) {
-        chain_.push_back(first);
-    } else {
-        current_.reset();
+KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry,
+                             std::unique_ptr<DataBlock> first)
+    : engine_(engine),
+      entry_(entry),
+      name_(engine.Entry(entry).name),
+      current_(first != nullptr ? std::move(first) : ReadFirst()) {
+    if (current_ != nullptr) {
+        chain_.push_back(Entry().firstBlock);
     }
     engine_.AddReference();
 }
@@ -91,6 +93,14 @@ KrIOStreamDevice::Data::~Data() {
     }
     engine_.Flush(written_);
     engine_.Release(name_.c_str());
+}
+
+std::unique_ptr<DataBlock> KrIOStreamDevice::Data::ReadFirst() {
+    auto block = std::make_unique<DataBlock>();
+    const auto wanted = std::min<std::uint64_t>(Entry().size, kFirstRead);
+    const KrStreamE::Status status =
+        engine_.ReadDataBlock(Entry().firstBlock, *block, BlocksFor(wanted));
+    return status == KrStreamE::Ok ? std::move(block) : nullptr;
 }
 
 std::streamsize KrIOStreamDevice::Data::Read(char* bytes, std::size_t count) {
@@ -271,8 +281,9 @@ bool KrIOStreamDevice::Data::WriteCurrent() {
 }
 
 KrIOStreamDevice::KrIOStreamDevice(CompoundFileServer& engine,
-                                   const CompoundFileServer::EntryRef& entry)
-    : data_(std::make_shared<Data>(engine, entry)) {}
+                                   const CompoundFileServer::EntryRef& entry,
+                                   std::unique_ptr<DataBlock> first)
+    : data_(std::make_shared<Data>(engine, entry, std::move(first))) {}
 
 std::streamsize KrIOStreamDevice::read(char* bytes, std::streamsize n) {
     return data_->Read(bytes, static_cast<std::size_t>(n));

@@ -29,7 +29,9 @@ public:
             : std::ios_base::failure(text, std::io_errc::stream) {}
     };
 
-    KrIOStreamDevice(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry);
+    /// `first` is the entry's first block where the caller has it, or null.
+    KrIOStreamDevice(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry,
+                     std::unique_ptr<DataBlock> first);
 
     /// Up to `n` bytes; -1 at the end of the entry. Where the directory promises more bytes than
     /// the chain holds, delivers what is there, and throws when nothing is.

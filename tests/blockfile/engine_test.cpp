@@ -40,9 +40,10 @@ TEST_F(Engine, AppendingStreamStartsAtTheEnd) {
 }
 
 TEST_F(Engine, DeviceNamesTheFailedOperation) {
-    const auto entry = engine_->CreateEntry("e");
+    DataBlock first;
+    const auto entry = engine_->CreateEntry("e", first);
     ASSERT_TRUE(entry);
-    KrIOStreamDevice device(*engine_, *entry);
+    KrIOStreamDevice device(*engine_, *entry, nullptr);
     ASSERT_TRUE(engine_->DeleteCFFile("e"));
     engine_->Release(nullptr);
     const auto textOf = [](const auto& action) {
