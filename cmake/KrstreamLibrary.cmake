@@ -25,8 +25,9 @@ function(krstream_add_library name)
                VERIFY_INTERFACE_HEADER_SETS ${PROJECT_IS_TOP_LEVEL}
                VERSION ${PROJECT_VERSION}
                SOVERSION ${PROJECT_VERSION_MAJOR})
-  # A symbol that no linked library has is an error when the library is built, not when it is loaded.
-  target_link_options(${name} PRIVATE -Wl,-z,defs)
+  # A symbol that no linked library has is an error when the library is built, not when it is loaded. With clang, the program
+  # brings the symbols of the sanitizers.
+  target_link_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wl,-z,defs>)
   target_link_libraries(${name} PUBLIC ${arg_PUBLIC_LIBRARIES} PRIVATE ${arg_PRIVATE_LIBRARIES})
   if(TALVOkrstream_COVERAGE)
     target_compile_options(${name} PRIVATE --coverage)
