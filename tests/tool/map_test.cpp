@@ -113,10 +113,10 @@ TEST_F(MapTest, PicturesShowEveryBlockOnce) {
     WriteFile("empty.kr", "");
     Model many;
     for (unsigned i = 0; i < 40; ++i) {
-        many["part " + std::to_string(i)] = Pattern(100000 + 5000 * i, i);
+        many["page " + std::to_string(i)] = Pattern(100000 + 5000 * i, i);
     }
     WriteFile("large.kr", FileOf(many));
-    ASSERT_EQ(Run({"rm", "large.kr", "part 7", "part 9", "part 30"}).status, 0);
+    ASSERT_EQ(Run({"rm", "large.kr", "page 7", "page 9", "page 30"}).status, 0);
     std::string damaged = ReadFile("f.kr");
     damaged.replace(2048, 4096, std::string(4096, '\x55'));
     WriteFile("damaged.kr", damaged);
