@@ -18,10 +18,6 @@ std::vector<BlockMap::Group> EmptyGroups() {
     return groups;
 }
 
-bool IsOfEntry(Look look) {
-    return look <= Look::OtherEntry;
-}
-
 /// A damaged file can promise any size.
 std::uint64_t BytesThere(const Recovery::Entry& entry) {
     return std::min(entry.bytes, entry.size);

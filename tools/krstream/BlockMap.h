@@ -33,6 +33,10 @@ constexpr std::size_t Index(Look look) {
     return static_cast<std::size_t>(look);
 }
 
+constexpr bool IsOfEntry(Look look) {
+    return look <= Look::OtherEntry;
+}
+
 /// Blocks side by side that are part of the same thing.
 struct Piece {
     Look look;

@@ -34,7 +34,7 @@ MapCells::MapCells(const BlockMap& map, std::uint64_t maxCells) : hiding_(kLookC
 void MapCells::FindStarts(const BlockMap& map) {
     for (const Piece& piece : map.Pieces()) {
         const std::uint64_t cell = (piece.first - 1) / blocksPerCell_;
-        if (piece.look <= Look::OtherEntry && (starts_.empty() || starts_.back() != cell)) {
+        if (IsOfEntry(piece.look) && (starts_.empty() || starts_.back() != cell)) {
             starts_.push_back(cell);
         }
     }

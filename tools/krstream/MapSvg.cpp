@@ -108,7 +108,7 @@ std::string Symbol(const CellRun& run, const BlockMap& map, const MapGrid& grid)
                                static_cast<std::uint64_t>(grid.Cell());
     const int size = SymbolSize(grid);
     const Piece& piece = map.Pieces()[run.piece];
-    if (run.left <= Look::OtherEntry && map.PiecesOf(piece) > 1) {
+    if (IsOfEntry(run.left) && map.PiecesOf(piece) > 1) {
         const std::string number = std::to_string(piece.number);
         if ((text.size() + number.size()) * static_cast<std::size_t>(size) <= room) {
             text += number;
@@ -188,7 +188,7 @@ std::string LegendHead(int y) {
 std::string LegendLine(const BlockMap::Group& group, int y) {
     constexpr std::size_t kNameLength = 54;
     const LookStyle& style = StyleOf(group.look);
-    const bool entry = group.look <= Look::OtherEntry;
+    const bool entry = IsOfEntry(group.look);
     const std::string name = LegendName(group);
     std::string line =
         "<g><title>" + Xml(name) + "</title>" + "<rect x='" + std::to_string(kGridLeft) + "' y='" +

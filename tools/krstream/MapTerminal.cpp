@@ -53,7 +53,7 @@ std::vector<CellRun> ShownRuns(const MapCells& cells) {
 /// letter.
 std::string CellText(const CellRun& run, std::uint64_t first, std::uint64_t count, bool colours) {
     const char symbol = StyleOf(run.most).symbol;
-    const bool letter = run.most <= Look::OtherEntry;
+    const bool letter = IsOfEntry(run.most);
     const auto small = static_cast<char>(std::tolower(static_cast<unsigned char>(symbol)));
     std::string text(count, letter && colours ? ' ' : small);
     if (letter && first == run.firstCell) {
@@ -83,7 +83,7 @@ std::string Rows(const MapCells& cells, std::size_t perRow, bool colours) {
 
 std::string LegendRow(const BlockMap::Group& group, bool colours) {
     const std::string symbol(1, StyleOf(group.look).symbol);
-    const bool entry = group.look <= Look::OtherEntry;
+    const bool entry = IsOfEntry(group.look);
     std::string line = (colours ? Coloured(symbol, group.look) : symbol) +
                        Padded(entry ? ReadableSize(group.bytes) : "", 12) +
                        Padded(Counted(group.blocks, "block"), 15) +

@@ -77,8 +77,7 @@ std::string RunText(const CellRun& run, const BlockMap& map, const MapCells& cel
     }
     const Piece& piece = map.Pieces()[run.piece];
     const std::string name = Printable(map.NameOf(piece)) + ", ";
-    return piece.look <= Look::OtherEntry
-               ? name + "piece " + std::to_string(piece.number) + " of " +
-                     std::to_string(map.PiecesOf(piece)) + ": " + blocks
-               : name + blocks;
+    return IsOfEntry(piece.look) ? name + "piece " + std::to_string(piece.number) + " of " +
+                                       std::to_string(map.PiecesOf(piece)) + ": " + blocks
+                                 : name + blocks;
 }
