@@ -177,21 +177,10 @@ std::string Joined(const std::vector<std::string>& words, const std::string& bet
     return CLI::detail::join(words, between);
 }
 
-std::vector<std::string> NamesOf(const CLI::Option& option) {
-    std::vector<std::string> names;
-    for (const std::string& name : option.get_snames()) {
-        names.push_back('-' + name);
-    }
-    for (const std::string& name : option.get_lnames()) {
-        names.push_back("--" + name);
-    }
-    return names;
-}
-
 std::string AllNames(const CLI::App& command) {
     std::vector<std::string> all;
     for (const CLI::Option* option : NamedOptions(command)) {
-        for (const std::string& name : NamesOf(*option)) {
+        for (const std::string& name : OptionNames(*option)) {
             all.push_back(name);
         }
     }
@@ -223,7 +212,7 @@ std::string ValueTable(const CLI::App& app) {
         for (const CLI::Option* option : NamedOptions(command)) {
             if (!option->get_type_name().empty()) {
                 table.insert(
-                    Case(Joined(NamesOf(*option), " | "), KindOf(option->get_type_name())));
+                    Case(Joined(OptionNames(*option), " | "), KindOf(option->get_type_name())));
             }
         }
     };

@@ -90,14 +90,20 @@ std::string CommandHelp(const CLI::App& command, const std::string& name) {
 
 } // namespace
 
-std::string OptionForms(const CLI::Option& option) {
-    std::string forms;
+std::vector<std::string> OptionNames(const CLI::Option& option) {
+    std::vector<std::string> names;
     for (const std::string& name : option.get_snames()) {
-        forms += (forms.empty() ? "-" : ", -") + name;
+        names.push_back('-' + name);
     }
     for (const std::string& name : option.get_lnames()) {
-        forms += (forms.empty() ? "    --" : ", --") + name;
+        names.push_back("--" + name);
     }
+    return names;
+}
+
+std::string OptionForms(const CLI::Option& option) {
+    const std::string forms =
+        (option.get_snames().empty() ? "    " : "") + CLI::detail::join(OptionNames(option), ", ");
     return option.get_type_name().empty() ? forms : forms + ' ' + option.get_type_name();
 }
 

@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+/// The names of an option as they are typed, the short ones first.
+std::vector<std::string> OptionNames(const CLI::Option& option);
+
 /// The names of an option, and what its value is: "-C, --directory DIR".
 std::string OptionForms(const CLI::Option& option);
 

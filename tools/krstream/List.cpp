@@ -29,7 +29,7 @@ struct Listed {
 
 /// The file is closed again before anything is printed: who reads the list may want to change the
 /// file meanwhile.
-Listed EntriesByName(const Options& options) {
+Listed ReadEntries(const Options& options) {
     OpenFile file(options.file, KrStreamE::ReadOnly);
     Listed listed{options.all ? AllEntries(file.Handle()) : UserEntries(file.Handle()),
                   file.Handle().IsEncrypted(), file.Size() / kBlockSize};
@@ -96,7 +96,7 @@ void PrintJson(const std::vector<Entry>& entries, StandardOutput& out) {
 } // namespace
 
 ExitStatus List(const Options& options) {
-    const Listed listed = EntriesByName(options);
+    const Listed listed = ReadEntries(options);
     StandardOutput out;
     if (options.json) {
         PrintJson(listed.entries, out);

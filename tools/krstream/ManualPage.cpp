@@ -47,11 +47,8 @@ std::string Tagged(const std::string& tag, const std::string& text) {
 
 std::string OptionParagraph(const CLI::Option& option) {
     std::string forms;
-    for (const std::string& name : option.get_snames()) {
-        forms += (forms.empty() ? "" : ", ") + Bold('-' + name);
-    }
-    for (const std::string& name : option.get_lnames()) {
-        forms += (forms.empty() ? "" : ", ") + Bold("--" + name);
+    for (const std::string& name : OptionNames(option)) {
+        forms += (forms.empty() ? "" : ", ") + Bold(name);
     }
     if (!option.get_type_name().empty()) {
         forms += ' ' + Italic(option.get_type_name());
