@@ -1,7 +1,5 @@
 #include "blockfile/BlockFile.h"
 
-#include <boost/thread/lock_guard.hpp>
-
 #include <array>
 
 using namespace BlockFormat;
@@ -28,12 +26,6 @@ void BlockFile::Open(std::unique_ptr<ByteStore> bytes, std::uint64_t length) {
 void BlockFile::Close() {
     bytes_.reset();
     length_ = 0;
-}
-
-std::size_t BlockFile::ReadHeads(BlockNumber first, std::size_t size, std::size_t count,
-                                 unsigned char* heads) {
-    const boost::lock_guard<boost::recursive_mutex> lock(mutex_);
-    return bytes_->ReadHeads(OffsetOf(first), size, count, heads);
 }
 
 bool BlockFile::Write(BlockNumber number, const unsigned char* block) {

@@ -24,8 +24,16 @@ public:
         /// A block's bytes, until the next operation on the file; null when they cannot be read.
         /// That `wanted` blocks from there on will be asked for is a hint, which saves calls.
         const unsigned char* View(BlockNumber number, std::size_t wanted) {
-            return file_.bytes_->View(BlockFormat::OffsetOf(number),
-                                      wanted * BlockFormat::kBlockSize);
+            constexpr std::size_t kBlockSize = BlockFormat::kBlockSize;
+            const ByteStore::Bytes bytes =
+                file_.bytes_->View(BlockFormat::OffsetOf(number), kBlockSize, wanted * kBlockSize);
+            return bytes.count >= kBlockSize ? bytes.first : nullptr;
+        }
+
+        /// A block's head and what is at hand behind it; less than a head when it cannot be read.
+        ByteStore::Bytes ViewHead(BlockNumber number) {
+            constexpr std::size_t kHeadSize = BlockFormat::kHeadSize;
+            return file_.bytes_->View(BlockFormat::OffsetOf(number), kHeadSize, kHeadSize);
         }
 
     private:
@@ -40,11 +48,6 @@ public:
     std::uint64_t Length() const { return length_; }
     std::uint64_t BlockCount() const { return length_ / BlockFormat::kBlockSize; }
     bool Contains(BlockNumber number) const { return number > 0 && number <= BlockCount(); }
-
-    /// Reads the first `size` bytes of each of up to `count` blocks from `first` on; returns of how
-    /// many.
-    std::size_t ReadHeads(BlockNumber first, std::size_t size, std::size_t count,
-                          unsigned char* heads);
 
     /// Writes a block. Blocks missing between the end of the file and this one are first written as
     /// padding.

@@ -7,6 +7,12 @@
 /// Everything the engine does to its file goes through these operations. None throws.
 class ByteStore {
 public:
+    /// Bytes that lie somewhere else.
+    struct Bytes {
+        const unsigned char* first = nullptr;
+        std::size_t count = 0;
+    };
+
     ByteStore() = default;
     virtual ~ByteStore() = default;
     ByteStore(const ByteStore&) = delete;
@@ -16,16 +22,10 @@ public:
     /// error.
     virtual std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) = 0;
 
-    /// Shows a block's length of bytes at `offset`, until the next operation; null when they are
-    /// not all there. That `wanted` bytes from there on will be asked for is a hint, which saves
-    /// calls.
-    virtual const unsigned char* View(std::uint64_t offset, std::size_t wanted) = 0;
-
-    /// Copies the first `size` bytes of each block of `count` blocks from `offset` on, one behind
-    /// the other; returns of how many blocks before the end or an error. What stands between is
-    /// passed over.
-    virtual std::size_t ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
-                                  unsigned char* heads) = 0;
+    /// Shows at least `needed` bytes at `offset`, a block's length at most, until the next
+    /// operation; fewer when they are not all there. That `wanted` bytes from there on will be
+    /// asked for is a hint, which saves calls.
+    virtual Bytes View(std::uint64_t offset, std::size_t needed, std::size_t wanted) = 0;
 
     /// Takes `count` bytes to be written at `offset`, which is at most one past the last byte.
     /// False on an error, also one of an earlier write that was still pending. Bytes reach the disk

@@ -44,6 +44,9 @@ std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std
 KrStreamE::Status CompoundFileServer::ExtendChain(Chain& chain, std::size_t count,
                                                   const DataBlock* last) {
     return Guard([&] {
+        if (chain.size() >= count) {
+            return;
+        }
         if (count > 2 * chain.size()) {
             chain.reserve(
                 static_cast<std::size_t>(std::min<std::uint64_t>(count, file_.BlockCount())));

@@ -3,34 +3,28 @@
 #include "blockfile/BlockFormat.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <cstring>
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 namespace {
 
 /// Large enough that a sequential pass is bound by copying, not by calls, and small enough for a
 /// processor's cache.
-constexpr std::size_t kWindowSize = std::size_t{128} * 1024;
+constexpr std::size_t kLargestRead = std::size_t{512} * 1024;
+/// Writes gain nothing from more: what they fill is copied from a nearer cache.
+constexpr std::size_t kLargestWrite = std::size_t{128} * 1024;
 /// What the system takes over whole or not at all, should the program be killed in a write.
 constexpr std::uint64_t kPage = 4096;
-/// A window this large is enough for reads here and there, and costs nothing to make.
-constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
 /// A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
 constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
 /// What stays in the window before a write that moves it: a small entry's directory block, and the
 /// one that leads to that.
 constexpr std::uint64_t kKeptBefore = 2 * kPage;
-/// Heads read by one call: each takes two of the pieces that a call may have, itself and the rest
-/// of its block.
-constexpr std::size_t kHeadsPerCall = IOV_MAX / 2;
 
 /// Looks before opening, because opening a device can already have an effect.
 bool IsRegularOrMissing(const char* path) {
@@ -75,39 +69,16 @@ std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::siz
     std::size_t done = 0;
     while (done < count && (Available(offset) > 0 || Load(offset, count - done))) {
         const std::size_t piece = std::min(count - done, Available(offset));
-        std::memcpy(bytes + done, window_.get() + (offset - windowStart_), piece);
+        std::memcpy(bytes + done, window_ + (offset - windowStart_), piece);
         done += piece;
         offset += piece;
     }
     return done;
 }
 
-const unsigned char* FileStore::View(std::uint64_t offset, std::size_t wanted) {
-    const bool found = Available(offset) >= BlockFormat::kBlockSize ||
-                       (Load(offset, wanted) && Available(offset) >= BlockFormat::kBlockSize);
-    return found ? window_.get() + (offset - windowStart_) : nullptr;
-}
-
-std::size_t FileStore::ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
-                                 unsigned char* heads) {
-    count = std::min(count, kHeadsPerCall);
-    std::array<unsigned char, BlockFormat::kBlockSize> passedOver;
-    std::array<iovec, 2 * kHeadsPerCall> pieces;
-    for (std::size_t i = 0; i < count; ++i) {
-        pieces[2 * i] = {heads + i * size, size};
-        pieces[2 * i + 1] = {passedOver.data(), passedOver.size() - size};
-    }
-    if (!Flush()) {
-        return 0;
-    }
-    ssize_t got = 0;
-    do {
-        // Nothing is read behind the last head.
-        got = preadv(descriptor_, pieces.data(), static_cast<int>(2 * count - 1),
-                     static_cast<off_t>(offset));
-    } while (got < 0 && errno == EINTR);
-    return (static_cast<std::size_t>(std::max<ssize_t>(got, 0)) + passedOver.size() - size) /
-           BlockFormat::kBlockSize;
+ByteStore::Bytes FileStore::View(std::uint64_t offset, std::size_t needed, std::size_t wanted) {
+    const bool isThere = Available(offset) >= needed || Load(offset, std::max(needed, wanted));
+    return isThere ? Bytes{window_ + (offset - windowStart_), Available(offset)} : Bytes();
 }
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
@@ -123,7 +94,7 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
     }
     pendingIsUpwards_ = pendingIsUpwards_ && TouchesPending(offset);
     const auto at = static_cast<std::size_t>(offset - windowStart_);
-    std::memcpy(window_.get() + at, bytes, count);
+    std::memcpy(window_ + at, bytes, count);
     windowLength_ = std::max(windowLength_, at + count);
     pendingBegin_ = std::min(pendingBegin_, at);
     pendingEnd_ = std::max(pendingEnd_, at + count);
@@ -144,8 +115,8 @@ bool FileStore::Flush() {
     // Forgotten at once: what could not be written is not tried again behind the engine's back.
     pendingBegin_ = pendingEnd_ = 0;
     while (at < end) {
-        const ssize_t written = pwrite(descriptor_, window_.get() + at, end - at,
-                                       static_cast<off_t>(windowStart_ + at));
+        const ssize_t written =
+            pwrite(descriptor_, window_ + at, end - at, static_cast<off_t>(windowStart_ + at));
         if (written < 0 && errno != EINTR) {
             windowLength_ = 0;
             DropPartOfBlock();
@@ -178,12 +149,12 @@ bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
     }
     const std::uint64_t windowEnd = windowStart_ + windowLength_;
     const bool sequential = offset >= windowEnd && offset - windowEnd < kSmallGap;
-    readSize_ = std::clamp(sequential ? std::max(readSize_ * 2, wanted) : wanted,
-                           BlockFormat::kBlockSize, kWindowSize);
-    Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kWindowSize);
+    const std::size_t grown = 2 * std::max(readSize_, BlockFormat::kBlockSize);
+    readSize_ = std::min(sequential ? std::max(grown, wanted) : wanted, kLargestRead);
+    Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kLargestRead);
     ssize_t got = 0;
     do {
-        got = pread(descriptor_, window_.get(), readSize_, static_cast<off_t>(offset));
+        got = pread(descriptor_, window_, readSize_, static_cast<off_t>(offset));
     } while (got < 0 && errno == EINTR);
     windowStart_ = offset;
     windowLength_ = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
@@ -193,7 +164,8 @@ bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
 // Makes the window at least so large; what it holds is dropped when it has to grow.
 void FileStore::Reserve(std::size_t size) {
     if (windowSize_ < size) {
-        window_.reset(new unsigned char[size]);
+        largeWindow_.reset(new Page[size / sizeof(Page)]);
+        window_ = reinterpret_cast<unsigned char*>(largeWindow_.get());
         windowSize_ = size;
         windowLength_ = 0;
     }
@@ -201,13 +173,13 @@ void FileStore::Reserve(std::size_t size) {
 
 // Makes room for a write. What lies shortly before it is kept: it is often written next.
 void FileStore::MoveWindow(std::uint64_t offset) {
-    Reserve(kWindowSize);
+    Reserve(kLargestWrite);
     const bool goesOn = offset >= windowStart_ && offset <= windowStart_ + windowLength_;
     const std::uint64_t start =
         goesOn ? std::max(windowStart_, offset - std::min(offset, kKeptBefore)) : offset;
     windowLength_ = static_cast<std::size_t>(offset - start);
     if (goesOn) {
-        std::memmove(window_.get(), window_.get() + (start - windowStart_), windowLength_);
+        std::memmove(window_, window_ + (start - windowStart_), windowLength_);
     }
     windowStart_ = start;
 }
@@ -222,7 +194,7 @@ bool FileStore::JoinsPending(std::uint64_t offset, std::size_t count) const {
     const std::uint64_t begin = std::min(windowStart_ + pendingBegin_, offset);
     const std::uint64_t end = std::max(windowStart_ + pendingEnd_, offset + count);
     const bool inOnePage = begin / kPage == (end - 1) / kPage;
-    return pendingBegin_ < pendingEnd_ &&
+    return pendingBegin_ < pendingEnd_ && end - begin <= kLargestWrite &&
            (inOnePage || (pendingIsUpwards_ && TouchesPending(offset)));
 }
 

@@ -50,18 +50,8 @@ std::size_t StreamStore::Read(std::uint64_t offset, unsigned char* bytes, std::s
     });
 }
 
-const unsigned char* StreamStore::View(std::uint64_t offset, std::size_t) {
-    return Read(offset, view_.data(), view_.size()) == view_.size() ? view_.data() : nullptr;
-}
-
-std::size_t StreamStore::ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
-                                   unsigned char* heads) {
-    std::size_t done = 0;
-    while (done < count && Read(offset, heads + done * size, size) == size) {
-        ++done;
-        offset += BlockFormat::kBlockSize;
-    }
-    return done;
+ByteStore::Bytes StreamStore::View(std::uint64_t offset, std::size_t needed, std::size_t) {
+    return {view_.data(), Read(offset, view_.data(), needed)};
 }
 
 bool StreamStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {

@@ -20,9 +20,7 @@ public:
     std::optional<std::uint64_t> MeasureLength();
 
     std::size_t Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) override;
-    const unsigned char* View(std::uint64_t offset, std::size_t wanted) override;
-    std::size_t ReadHeads(std::uint64_t offset, std::size_t size, std::size_t count,
-                          unsigned char* heads) override;
+    Bytes View(std::uint64_t offset, std::size_t needed, std::size_t wanted) override;
     bool Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) override;
     /// Each write is given to the stream at once.
     bool KeepOrder(std::uint64_t) override { return true; }
