@@ -91,8 +91,10 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
         }
         pendingBegin_ = pendingEnd_ = static_cast<std::size_t>(offset - windowStart_);
         pendingIsUpwards_ = true;
+        pendingHasGaps_ = false;
     }
-    pendingIsUpwards_ = pendingIsUpwards_ && TouchesPending(offset);
+    pendingIsUpwards_ = pendingIsUpwards_ && (FollowsPending(offset) || RewritesPending(offset));
+    pendingHasGaps_ = pendingHasGaps_ || offset > windowStart_ + pendingEnd_;
     const auto at = static_cast<std::size_t>(offset - windowStart_);
     std::memcpy(window_ + at, bytes, count);
     windowLength_ = std::max(windowLength_, at + count);
@@ -184,8 +186,17 @@ void FileStore::MoveWindow(std::uint64_t offset) {
     windowStart_ = start;
 }
 
-bool FileStore::TouchesPending(std::uint64_t offset) const {
-    return offset >= windowStart_ + pendingBegin_ && offset <= windowStart_ + pendingEnd_;
+// Behind the run, with no whole page in between: what lies there, which is not on its way, is then
+// sent once more as it stands, to pages that are written anyway.
+bool FileStore::FollowsPending(std::uint64_t offset) const {
+    const std::uint64_t end = windowStart_ + pendingEnd_;
+    return offset >= end &&
+           (pendingBegin_ == pendingEnd_ || offset / kPage <= (end - 1) / kPage + 1);
+}
+
+bool FileStore::RewritesPending(std::uint64_t offset) const {
+    return !pendingHasGaps_ && offset >= windowStart_ + pendingBegin_ &&
+           offset < windowStart_ + pendingEnd_;
 }
 
 // Whether bytes may be sent together with those that are pending: where they go on upwards from
@@ -195,7 +206,8 @@ bool FileStore::JoinsPending(std::uint64_t offset, std::size_t count) const {
     const std::uint64_t end = std::max(windowStart_ + pendingEnd_, offset + count);
     const bool inOnePage = begin / kPage == (end - 1) / kPage;
     return pendingBegin_ < pendingEnd_ && end - begin <= kLargestWrite &&
-           (inOnePage || (pendingIsUpwards_ && TouchesPending(offset)));
+           (inOnePage ||
+            (pendingIsUpwards_ && (FollowsPending(offset) || RewritesPending(offset))));
 }
 
 bool FileStore::FitsWindow(std::uint64_t offset, std::size_t count) const {

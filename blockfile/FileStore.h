@@ -42,7 +42,8 @@ private:
     void Reserve(std::size_t size);
     void MoveWindow(std::uint64_t offset);
     void DropPartOfBlock() const;
-    bool TouchesPending(std::uint64_t offset) const;
+    bool FollowsPending(std::uint64_t offset) const;
+    bool RewritesPending(std::uint64_t offset) const;
     bool JoinsPending(std::uint64_t offset, std::size_t count) const;
     bool FitsWindow(std::uint64_t offset, std::size_t count) const;
 
@@ -65,4 +66,6 @@ private:
     /// The run holds what was written upwards, and nothing else. One that does not lies in one
     /// page.
     bool pendingIsUpwards_ = true;
+    /// The run holds bytes that were not written, but stand in the file as they are.
+    bool pendingHasGaps_ = false;
 };
