@@ -9,16 +9,16 @@
 using namespace BlockFormat;
 
 // The three texts lie in a record as they do on disk, and are moved together.
+constexpr std::size_t kTexts = offsetof(DirEntry, name);
 constexpr std::size_t kTextsSize = kFirstBlockOffset;
-static_assert(offsetof(DirEntry, name) == kNameOffset &&
-              offsetof(DirEntry, created) == kCreatedOffset &&
-              offsetof(DirEntry, modified) == kModifiedOffset &&
+static_assert(offsetof(DirEntry, created) == kTexts + kCreatedOffset &&
+              offsetof(DirEntry, modified) == kTexts + kModifiedOffset && kNameOffset == 0 &&
               kModifiedOffset + sizeof(DirEntry::modified) == kTextsSize);
 
 namespace {
 
 void UnpackEntry(const unsigned char* slot, const DirLayout& layout, DirEntry& entry) {
-    std::memcpy(&entry, slot, kTextsSize);
+    std::memcpy(reinterpret_cast<unsigned char*>(&entry) + kTexts, slot, kTextsSize);
     entry.name[sizeof entry.name - 1] = '\0';
     entry.created[sizeof entry.created - 1] = '\0';
     entry.modified[sizeof entry.modified - 1] = '\0';
@@ -28,7 +28,7 @@ void UnpackEntry(const unsigned char* slot, const DirLayout& layout, DirEntry& e
 }
 
 void PackEntry(const DirEntry& entry, unsigned char* slot) {
-    std::memcpy(slot, &entry, kTextsSize);
+    std::memcpy(slot, reinterpret_cast<const unsigned char*>(&entry) + kTexts, kTextsSize);
     StoreLittleEndian(slot + kFirstBlockOffset, entry.firstBlock);
     StoreLittleEndian(slot + kSizeOffset, entry.size);
 }

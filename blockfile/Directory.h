@@ -93,7 +93,7 @@ private:
     static std::size_t ChunkOf(std::size_t index) {
         return static_cast<std::size_t>(63 - __builtin_clzll(index + 1));
     }
-    const char* NameOf(Slot slot) const override { return Entry(slot).name; }
+    const char* NameOf(Slot slot) const override;
     DirBlock& MakeRoom();
     void Enter(const DirBlock& block);
     bool& IsInUse(Slot slot) {

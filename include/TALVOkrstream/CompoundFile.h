@@ -38,6 +38,11 @@ struct DirEntry {
     /// The longest name, in bytes.
     static constexpr std::size_t kMaxNameLength = 256;
 
+    // What a look-up needs lies side by side, with the name's beginning in one line of a cache.
+    /// Length of the entry in bytes.
+    std::uint64_t size;
+    /// Number of the entry's first data block; 0 in a slot that is free.
+    std::uint32_t firstBlock;
     /// The name as it was given when the entry was made.
     char name[kMaxNameLength + 1];
     /// When the entry was made; making it anew sets it again.
@@ -45,10 +50,6 @@ struct DirEntry {
     /// When a block of the entry was last written while its stream lived, by a flush, say. What is
     /// still to be written when the stream is destroyed leaves it as it was.
     char modified[26];
-    /// Number of the entry's first data block; 0 in a slot that is free.
-    std::uint32_t firstBlock;
-    /// Length of the entry in bytes.
-    std::uint64_t size;
 };
 
 /// A handle on a compound file: one ordinary file (or a stream of the caller's) that holds many
