@@ -6,6 +6,7 @@
 #include "blockfile/StreamStore.h"
 
 #include <algorithm>
+#include <utility>
 
 using namespace BlockFormat;
 
@@ -16,7 +17,7 @@ CompoundFileServer::~CompoundFileServer() {
     Finish();
 }
 
-KrStreamE::Status CompoundFileServer::Open(const char* path, const std::string& canonicalPath,
+KrStreamE::Status CompoundFileServer::Open(const char* path, std::string canonicalPath,
                                            KrStreamE::OpenMode mode) {
     Reset();
     readOnly_ = mode != KrStreamE::ReadWrite;
@@ -28,7 +29,7 @@ KrStreamE::Status CompoundFileServer::Open(const char* path, const std::string& 
         }
         const std::uint64_t length = file->Length();
         if (OpenStore(std::move(file), length) == KrStreamE::Ok) {
-            path_ = canonicalPath;
+            path_ = std::move(canonicalPath);
         }
         return status_;
     } catch (...) {

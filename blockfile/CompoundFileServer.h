@@ -54,7 +54,7 @@ public:
 
     // Opening and closing. What an engine has open is dropped, not written, by a further Open.
     /// `canonicalPath` is the same path in canonical form.
-    Status Open(const char* path, const std::string& canonicalPath, KrStreamE::OpenMode mode);
+    Status Open(const char* path, std::string canonicalPath, KrStreamE::OpenMode mode);
     /// Treats the stream as new and empty; refers to it weakly.
     Status Open(const std::shared_ptr<std::iostream>& stream);
     Status Open(const std::shared_ptr<std::iostream>& stream, bool callerKeepsStream);

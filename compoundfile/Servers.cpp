@@ -6,19 +6,21 @@
 
 #include <boost/thread/lock_types.hpp>
 
+#include <utility>
+
 std::shared_ptr<Servers> Servers::Get() {
     static const std::shared_ptr<Servers> servers = std::make_shared<Servers>();
     return servers;
 }
 
 CompoundFileServer* Servers::AcquireByPath(const char* path, KrStreamE::OpenMode mode) {
-    const std::string canonicalPath = KrGetCanonicalPath(path);
+    std::string canonicalPath = KrGetCanonicalPath(path);
     CompoundFileServer* const open = Find(canonicalPath);
     if (open != nullptr) {
         open->AddReference();
         return open;
     }
-    return Create(path, canonicalPath, mode);
+    return Create(path, std::move(canonicalPath), mode);
 }
 
 CompoundFileServer* Servers::OpenStream(const std::shared_ptr<std::iostream>& stream) {
@@ -51,9 +53,9 @@ void Servers::Unregister(const CompoundFileServer& engine) {
 }
 
 template <typename... Arguments>
-CompoundFileServer* Servers::Create(const Arguments&... arguments) {
+CompoundFileServer* Servers::Create(Arguments&&... arguments) {
     auto engine = std::make_unique<CompoundFileServer>(shared_from_this());
-    if (engine->Open(arguments...) != KrStreamE::Ok) {
+    if (engine->Open(std::forward<Arguments>(arguments)...) != KrStreamE::Ok) {
         return nullptr;
     }
     Register(*engine);

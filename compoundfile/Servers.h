@@ -35,7 +35,7 @@ public:
 
 private:
     template <typename... Arguments>
-    CompoundFileServer* Create(const Arguments&... arguments);
+    CompoundFileServer* Create(Arguments&&... arguments);
 
     boost::mutex mutex_;
     std::map<std::string, CompoundFileServer*, KrStdString::LessNoCase> engines_;

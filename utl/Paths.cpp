@@ -4,8 +4,9 @@
 #include <boost/filesystem/path.hpp>
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <cstdlib>
-#include <memory>
 
 namespace {
 
@@ -55,9 +56,9 @@ std::string KrGetCanonicalPath(const char* path) {
         return {};
     }
     // One call does for a path that exists.
-    const std::unique_ptr<char, decltype(&std::free)> existing(realpath(path, nullptr), std::free);
-    if (existing != nullptr) {
-        return existing.get();
+    std::array<char, PATH_MAX> existing;
+    if (realpath(path, existing.data()) != nullptr) {
+        return existing.data();
     }
     try {
         return ResolveAbsolute(*path == '/' ? path : (fs::current_path() / path).string());
