@@ -13,7 +13,7 @@ namespace {
 
 Sample ReadAt(const std::string& path, const std::uint64_t* first, const std::uint64_t* last) {
     return Measure([&] {
-        char piece[kRandomRead];
+        alignas(kPage) char piece[kRandomRead];
         PlainFile file(path, PlainFile::Mode::Read);
         std::for_each(first, last,
                       [&](std::uint64_t offset) { file.ReadAt(offset, piece, sizeof piece); });
@@ -22,7 +22,7 @@ Sample ReadAt(const std::string& path, const std::uint64_t* first, const std::ui
 
 Sample ReadDirectory(const std::string& path, std::size_t repeats) {
     return Measure([&] {
-        unsigned char block[BlockFormat::kBlockSize];
+        alignas(kPage) unsigned char block[BlockFormat::kBlockSize];
         for (std::size_t i = 0; i < repeats; ++i) {
             PlainFile file(path, PlainFile::Mode::Read);
             for (auto number = BlockFormat::kFirstBlock; number != BlockFormat::kNoBlock;
@@ -49,7 +49,7 @@ Sample OnEachPayload(const Job& job, Crypt crypt) {
 }
 
 void Copy(const std::string& from, const std::string& to, std::uint64_t most) {
-    char piece[kPiece];
+    alignas(kPage) char piece[kPiece];
     PlainFile source(from, PlainFile::Mode::Read);
     PlainFile target(to, PlainFile::Mode::Create);
     std::uint64_t done = 0;
@@ -73,7 +73,7 @@ Sample Counterparts::WriteLarge(const Job& job) {
 
 Sample Counterparts::ReadLarge(const Job& job) {
     return Measure([&] {
-        char piece[kPiece];
+        alignas(kPage) char piece[kPiece];
         PlainFile file(job.path, PlainFile::Mode::Read);
         for (std::size_t got = kPiece; got == kPiece;) {
             got = file.ReadSome(piece, kPiece);
@@ -103,7 +103,7 @@ Sample Counterparts::WriteSmall(const Job& job) {
 Sample Counterparts::ReadSmall(const Job& job) {
     const auto order = Shuffled(job.sizes.smallStreams);
     return Measure([&] {
-        char bytes[kSmallStream];
+        alignas(kPage) char bytes[kSmallStream];
         PlainFile file(job.path, PlainFile::Mode::Read);
         for (const std::size_t stream : order) {
             file.ReadAt(stream * kSmallStream, bytes, sizeof bytes);
@@ -113,7 +113,7 @@ Sample Counterparts::ReadSmall(const Job& job) {
 
 Sample Counterparts::ReadWholeFile(const Job& job) {
     return Measure([&] {
-        char piece[kPiece];
+        alignas(kPage) char piece[kPiece];
         PlainFile file(job.path, PlainFile::Mode::Read);
         while (file.ReadSome(piece, kPiece) > 0) {
         }

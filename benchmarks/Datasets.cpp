@@ -101,7 +101,7 @@ void WriteStream(std::ostream& out, std::size_t stream, std::uint64_t size) {
 }
 
 void ReadStream(std::istream& in, std::uint64_t size) {
-    char piece[kPiece];
+    alignas(kPage) char piece[kPiece];
     for (std::uint64_t offset = 0; offset < size; offset += kPiece) {
         if (!in.read(piece, static_cast<std::streamsize>(PieceAt(offset, size)))) {
             throw std::runtime_error("a stream could not be read");
@@ -110,7 +110,7 @@ void ReadStream(std::istream& in, std::uint64_t size) {
 }
 
 void ReadStream(Store& store, std::size_t stream, std::uint64_t size, bool compare) {
-    char piece[kPiece];
+    alignas(kPage) char piece[kPiece];
     const auto reader = store.Find(StreamName(stream));
     for (std::uint64_t offset = 0; offset < size; offset += kPiece) {
         const std::size_t count = PieceAt(offset, size);

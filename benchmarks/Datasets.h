@@ -29,6 +29,10 @@ constexpr std::size_t kPiece = 10240;
 constexpr std::size_t kRandomRead = 4096;
 constexpr std::size_t kSmallStream = 600;
 
+/// What buffers are aligned to. Where one begins in a page decides how fast the system fills it,
+/// and should not be left to chance.
+constexpr std::size_t kPage = 4096;
+
 /// Stores that workloads start from.
 enum class Dataset {
     None,

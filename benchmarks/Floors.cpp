@@ -2,6 +2,9 @@
 #include "benchmarks/Works.h"
 #include "blockfile/BlockFormat.h"
 
+#include <TALVOkrstream/CompoundFile.h>
+#include <TALVOutl/LargePages.h>
+
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -10,7 +13,6 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/uio.h>
 #include <unistd.h>
 
 namespace {
@@ -18,9 +20,12 @@ namespace {
 constexpr std::size_t kBlock = BlockFormat::kBlockSize;
 constexpr std::size_t kHead = BlockFormat::kHeadSize;
 constexpr std::size_t kEntriesPerDirectoryBlock = BlockFormat::kSlotsPerBlock;
-constexpr std::size_t kHeadsPerCall = 512;
 
 using Block = std::array<char, kBlock>;
+
+struct alignas(kPage) LargePiece {
+    std::array<char, std::size_t{512} * 1024> bytes;
+};
 
 void Require(bool condition) {
     if (!condition) {
@@ -56,40 +61,84 @@ void OpenAsTheRulesSay(const std::string& path) {
     struct stat status {};
     Require(canonical != nullptr && stat(path.c_str(), &status) == 0);
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    Block block;
+    alignas(kPage) Block block;
     Require(flock(descriptor, LOCK_SH | LOCK_NB) == 0 && fstat(descriptor, &status) == 0 &&
             pread(descriptor, block.data(), kBlock, 0) == static_cast<ssize_t>(kBlock));
     close(descriptor);
 }
 
-/// Reads the heads of all blocks, many by one call.
-void PassOverPayloads(const std::string& path) {
-    std::array<char, kHead * kHeadsPerCall> heads;
-    Block rest;
-    std::array<iovec, 2 * kHeadsPerCall> pieces;
-    for (std::size_t i = 0; i < kHeadsPerCall; ++i) {
-        pieces[2 * i] = {heads.data() + i * kHead, kHead};
-        pieces[2 * i + 1] = {rest.data(), kBlock - kHead};
+/// Reads a whole file, by large calls, and shows each piece of it.
+template <typename Visit>
+void ReadWhole(const PlainFile& file, Visit visit) {
+    const std::unique_ptr<LargePiece> piece(new LargePiece);
+    std::uint64_t offset = 0;
+    while (const std::size_t got = file.ReadSome(piece->bytes.data(), piece->bytes.size())) {
+        visit(*piece, offset, got);
+        offset += got;
     }
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    Require(descriptor >= 0);
-    ssize_t got = 1;
-    for (off_t offset = 0; got > 0; offset += got) {
-        got = preadv(descriptor, pieces.data(), static_cast<int>(pieces.size()), offset);
-    }
-    close(descriptor);
-    Require(got == 0);
 }
+
+/// Looks at the heads of all blocks. The payloads are read with them: one call for each head takes
+/// longer, and so does a call that is given a place for each head.
+void PassOverPayloads(const std::string& path) {
+    std::uint64_t links = 0;
+    ReadWhole(PlainFile(path, PlainFile::Mode::Read),
+              [&](const LargePiece& piece, std::uint64_t, std::size_t size) {
+                  for (std::size_t at = 0; at < size; at += kBlock) {
+                      links += BlockFormat::NextOf(
+                          reinterpret_cast<const unsigned char*>(piece.bytes.data() + at));
+                  }
+              });
+    Require(links > 0);
+}
+
+/// The least of a directory in memory by which an entry is found: its place in an index by name,
+/// and its record.
+class Records {
+public:
+    explicit Records(std::size_t entries) : places_(PlacesFor(entries)), records_(entries) {
+        for (std::size_t entry = 0; entry < entries; ++entry) {
+            places_[PlaceOf(entry)] = entry;
+            records_[entry].firstBlock =
+                static_cast<BlockFormat::BlockNumber>(OffsetOfEntry(entry) / kBlock + 1);
+        }
+    }
+
+    /// Where the entry's block begins.
+    std::uint64_t Find(std::size_t entry) const {
+        return BlockFormat::OffsetOf(records_[places_[PlaceOf(entry)]].firstBlock);
+    }
+
+private:
+    template <typename Value>
+    using Table = std::vector<Value, LargePageAllocator<Value>>;
+
+    static std::size_t PlacesFor(std::size_t entries) {
+        std::size_t places = 1;
+        while (places < entries) {
+            places *= 2;
+        }
+        return places;
+    }
+    // Like a hash, but no two entries share a place.
+    std::size_t PlaceOf(std::size_t entry) const {
+        return entry * 2654435761U & (places_.size() - 1);
+    }
+
+    Table<std::uint64_t> places_;
+    Table<DirEntry> records_;
+};
 
 /// Runs `work` on the block of each entry of a file, in random order.
 template <typename Work>
 Sample OnEachBlock(const EntryWorks& works, Work work) {
     works.Make();
     const auto order = Shuffled(works.entries);
+    const Records records(works.entries);
     return Measure([&] {
         PlainFile file(works.path, PlainFile::Mode::Change);
         for (const std::size_t entry : order) {
-            work(file, OffsetOfEntry(entry));
+            work(file, records.Find(entry));
         }
     });
 }
@@ -99,7 +148,7 @@ Sample OnEachBlock(const EntryWorks& works, Work work) {
 // A directory block, then its three entries; each write hands over what its stream has made, in one
 // call as all of it lies in one page. The first of the three links the directory block before.
 Sample Floors::WriteSmall(const Job& job) {
-    const std::array<char, 4 * kBlock> page{};
+    alignas(kPage) const std::array<char, 4 * kBlock> page{};
     return Measure([&] {
         PlainFile file(job.path, PlainFile::Mode::Create);
         for (std::size_t stream = 0; stream < job.sizes.smallStreams; ++stream) {
@@ -121,7 +170,7 @@ Sample Floors::ReadHeadsAndRandomly(const Job& job) {
     const auto offsets = RandomOffsets(job.sizes);
     return Measure([&] {
         PassOverPayloads(job.path);
-        char piece[kRandomRead];
+        alignas(kPage) char piece[kRandomRead];
         PlainFile file(job.path, PlainFile::Mode::Read);
         for (std::size_t i = 0; i < job.sizes.coldReads; ++i) {
             file.ReadAt(offsets[i], piece, sizeof piece);
@@ -143,35 +192,38 @@ Sample Floors::KeepDirectory(const Job& job) {
 
 Sample Floors::ReadBlocks(const EntryWorks& works) {
     return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
-        Block block;
+        alignas(kPage) Block block;
         file.ReadAt(offset, block.data(), kBlock);
     });
 }
 
 Sample Floors::RewriteBlocks(const EntryWorks& works) {
     return OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
-        Block block;
+        alignas(kPage) Block block;
         file.ReadAt(offset, block.data(), kBlock);
         file.WriteAt(offset, block.data(), kBlock);
     });
 }
 
-// Reads each head to follow its chain, in random order, and then marks each block, in the file's.
+// Reads each head to follow its chain, in random order; writes the directory, which has to be there
+// before the blocks that it no longer names are free; marks all blocks.
 Sample Floors::MarkBlocks(const EntryWorks& works) {
     Sample sample = OnEachBlock(works, [](PlainFile& file, std::uint64_t offset) {
         char head[kHead];
         file.ReadAt(offset, head, kHead);
     });
-    const Sample marking = Measure([&] {
-        PlainFile file(works.path, PlainFile::Mode::Change);
-        Block block;
-        for (std::size_t entry = 0; entry < works.entries; ++entry) {
-            file.ReadAt(OffsetOfEntry(entry), block.data(), kBlock);
-            file.WriteAt(OffsetOfEntry(entry), block.data(), kBlock);
+    const Sample writing = Measure([&] {
+        const PlainFile file(works.path, PlainFile::Mode::Change);
+        const Block block{};
+        for (std::size_t entry = 0; entry < works.entries; entry += kEntriesPerDirectoryBlock) {
+            file.WriteAt(OffsetOfEntry(entry) - kBlock, block.data(), kBlock);
         }
+        ReadWhole(file, [&](const LargePiece& piece, std::uint64_t offset, std::size_t size) {
+            file.WriteAt(offset, piece.bytes.data(), size);
+        });
     });
-    sample.seconds += marking.seconds;
-    sample.bytesWritten += marking.bytesWritten;
+    sample.seconds += writing.seconds;
+    sample.bytesWritten += writing.bytesWritten;
     return sample;
 }
 

@@ -23,7 +23,7 @@ Sample ListRepeatedly(const Job& job, const Contender& contender, std::size_t re
 }
 
 void ReadAtEach(Store::Reader& reader, const std::uint64_t* first, const std::uint64_t* last) {
-    char piece[kRandomRead];
+    alignas(kPage) char piece[kRandomRead];
     std::for_each(first, last,
                   [&](std::uint64_t offset) { reader.ReadAt(offset, piece, sizeof piece); });
 }
