@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -163,13 +164,14 @@ bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
     return windowLength_ > 0;
 }
 
-// Makes the window at least so large; what it holds is dropped when it has to grow.
+// Makes the window at least so large.
 void FileStore::Reserve(std::size_t size) {
     if (windowSize_ < size) {
-        largeWindow_.reset(new Page[size / sizeof(Page)]);
+        std::unique_ptr<Page[]> larger(new Page[size / sizeof(Page)]);
+        std::memcpy(larger.get(), window_, windowLength_);
+        largeWindow_ = std::move(larger);
         window_ = reinterpret_cast<unsigned char*>(largeWindow_.get());
         windowSize_ = size;
-        windowLength_ = 0;
     }
 }
 

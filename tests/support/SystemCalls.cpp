@@ -195,11 +195,6 @@ ssize_t read(int fd, void* bytes, size_t size) {
     return ReadFails(size) ? FailWith(EIO) : syscall(SYS_read, fd, bytes, size);
 }
 
-ssize_t preadv(int fd, const iovec* pieces, int number, off_t offset) {
-    auto wanted = static_cast<size_t>(number);
-    return ReadFails(wanted) ? FailWith(EIO) : syscall(SYS_preadv, fd, pieces, wanted, offset, 0);
-}
-
 int ftruncate(int fd, off_t length) noexcept {
     const auto done = static_cast<int>(syscall(SYS_ftruncate, fd, length));
     if (done == 0) {
