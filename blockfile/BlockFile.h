@@ -21,19 +21,11 @@ public:
     public:
         explicit Reading(BlockFile& file) : file_(file), lock_(file.mutex_) {}
 
-        /// A block's bytes, until the next operation on the file; null when they cannot be read.
-        /// That `wanted` blocks from there on will be asked for is a hint, which saves calls.
-        const unsigned char* View(BlockNumber number, std::size_t wanted) {
-            constexpr std::size_t kBlockSize = BlockFormat::kBlockSize;
-            const ByteStore::Bytes bytes =
-                file_.bytes_->View(BlockFormat::OffsetOf(number), kBlockSize, wanted * kBlockSize);
-            return bytes.count >= kBlockSize ? bytes.first : nullptr;
-        }
-
-        /// A block's head and what is at hand behind it; less than a head when it cannot be read.
-        ByteStore::Bytes ViewHead(BlockNumber number) {
-            constexpr std::size_t kHeadSize = BlockFormat::kHeadSize;
-            return file_.bytes_->View(BlockFormat::OffsetOf(number), kHeadSize, kHeadSize);
+        /// At least `needed` bytes of a block, until the next operation on the file; fewer when
+        /// they cannot be read. That `wanted` bytes from there on will be asked for is a hint,
+        /// which saves calls.
+        ByteStore::Bytes View(BlockNumber number, std::size_t needed, std::size_t wanted) {
+            return file_.bytes_->View(BlockFormat::OffsetOf(number), needed, wanted);
         }
 
     private:

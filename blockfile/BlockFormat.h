@@ -94,6 +94,11 @@ constexpr std::size_t BlocksFor(std::size_t bytes) {
     return (bytes + kPayloadSize - 1) / kPayloadSize;
 }
 
+/// How many bytes such blocks take up to the last of the payload bytes, one behind the other.
+constexpr std::size_t ExtentOf(std::size_t bytes) {
+    return bytes + BlocksFor(bytes) * kPayloadOffset;
+}
+
 /// How many payload bytes of an encrypted file's block are enciphered: the used bytes rounded up to
 /// whole cipher blocks, or down where the payload has no room for the last one.
 constexpr std::size_t EncipheredLength(std::size_t used) {

@@ -174,7 +174,7 @@ private:
         return !audit_.ends.empty() && audit_.ends.count(number) != 0;
     }
     const unsigned char* ViewBlock(BlockFile::Reading& reading, BlockNumber number,
-                                   std::size_t wanted) const;
+                                   std::size_t needed, std::size_t wanted) const;
     BlockNumber ReadLink(BlockHeads& heads, BlockNumber number) const;
     void AppendLink(Chain& chain, BlockNumber next) const;
     void FetchBlock(BlockNumber number, DataBlock& block, std::size_t wanted);

@@ -20,8 +20,9 @@ std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std
         DataBlock deciphered;
         for (bool isLast = false; done < count && !isLast; ++index, offset = 0) {
             const BlockNumber number = chain[index];
-            const unsigned char* block =
-                ViewBlock(reading, number, BlocksFor(offset + count - done));
+            const std::size_t wanted = ExtentOf(offset + count - done);
+            const std::size_t needed = IsEncrypted() ? kBlockSize : std::min(wanted, kBlockSize);
+            const unsigned char* block = ViewBlock(reading, number, needed, wanted);
             if (IsEncrypted()) {
                 std::memcpy(deciphered.Image(), block, kBlockSize);
                 Decipher(deciphered);
@@ -91,13 +92,13 @@ inline void CompoundFileServer::CheckPlace(BlockNumber number) const {
 }
 
 const unsigned char* CompoundFileServer::ViewBlock(BlockFile::Reading& reading, BlockNumber number,
-                                                   std::size_t wanted) const {
+                                                   std::size_t needed, std::size_t wanted) const {
     CheckPlace(number);
-    const unsigned char* const block = reading.View(number, wanted);
-    if (block == nullptr || !IsSoundDataBlock(block, number)) {
+    const ByteStore::Bytes block = reading.View(number, needed, wanted);
+    if (block.count < needed || !IsSoundDataBlock(block.first, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-    return block;
+    return block.first;
 }
 
 inline BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber number) const {
@@ -119,7 +120,8 @@ inline void CompoundFileServer::AppendLink(Chain& chain, BlockNumber next) const
 
 void CompoundFileServer::FetchBlock(BlockNumber number, DataBlock& block, std::size_t wanted) {
     BlockFile::Reading reading(file_);
-    std::memcpy(block.Image(), ViewBlock(reading, number, wanted), kBlockSize);
+    std::memcpy(block.Image(), ViewBlock(reading, number, kBlockSize, wanted * kBlockSize),
+                kBlockSize);
 }
 
 void CompoundFileServer::FetchDataBlock(BlockNumber number, DataBlock& block, std::size_t wanted) {

@@ -115,8 +115,8 @@ void CompoundFileServer::ReadDirBlock(BlockNumber number) {
         throw CompoundFileServerError{KrStreamE::BeyondEnd};
     }
     BlockFile::Reading reading(file_);
-    const unsigned char* const raw = reading.View(number, 1);
-    if (raw == nullptr || !directory_.AppendLoaded(raw, number)) {
+    const ByteStore::Bytes raw = reading.View(number, kBlockSize, kBlockSize);
+    if (raw.count < kBlockSize || !directory_.AppendLoaded(raw.first, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
 }

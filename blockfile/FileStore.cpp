@@ -150,8 +150,10 @@ bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
     if (!Flush()) {
         return false;
     }
+    // The block that the last read ended in may be wanted once more.
     const std::uint64_t windowEnd = windowStart_ + windowLength_;
-    const bool sequential = offset >= windowEnd && offset - windowEnd < kSmallGap;
+    const bool sequential =
+        offset + BlockFormat::kBlockSize > windowEnd && offset < windowEnd + kSmallGap;
     const std::size_t grown = 2 * std::max(readSize_, BlockFormat::kBlockSize);
     readSize_ = std::min(sequential ? std::max(grown, wanted) : wanted, kLargestRead);
     Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kLargestRead);
