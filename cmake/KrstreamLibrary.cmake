@@ -1,4 +1,11 @@
+include(CheckCXXCompilerFlag)
 include(GenerateExportHeader)
+
+# Blocks and records are copied by the C library, which knows the processor. A string instruction, which the compiler would
+# put in its place, takes longer to start than such a copy takes.
+set(copies_by_the_library -mmemcpy-strategy=unrolled_loop:64:noalign,libcall:-1:noalign
+                          -mmemset-strategy=unrolled_loop:64:noalign,libcall:-1:noalign)
+check_cxx_compiler_flag("${copies_by_the_library}" TALVOkrstream_COPIES_BY_THE_LIBRARY)
 
 # krstream_add_library(NAME BASE_DIR dir HEADERS ... PUBLIC_LIBRARIES ... PRIVATE_LIBRARIES ...)
 #
@@ -29,6 +36,9 @@ function(krstream_add_library name)
   # brings the symbols of the sanitizers.
   target_link_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wl,-z,defs>)
   target_link_libraries(${name} PUBLIC ${arg_PUBLIC_LIBRARIES} PRIVATE ${arg_PRIVATE_LIBRARIES})
+  if(TALVOkrstream_COPIES_BY_THE_LIBRARY)
+    target_compile_options(${name} PRIVATE ${copies_by_the_library})
+  endif()
   if(TALVOkrstream_COVERAGE)
     target_compile_options(${name} PRIVATE --coverage)
     target_link_options(${name} PUBLIC --coverage)
