@@ -1,8 +1,8 @@
+#include "tests/support/Matches.h"
 #include "tests/support/TempFolder.h"
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
-#include <boost/xpressive/xpressive_dynamic.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,7 +13,6 @@
 #include <vector>
 
 namespace fs = boost::filesystem;
-namespace xp = boost::xpressive;
 
 namespace {
 
@@ -114,16 +113,16 @@ bool IsInAnExample(const CodeBlock& block, const std::string& ending) {
 
 /// A command for the repository itself: CI runs the scripts, and the presets are there.
 bool IsOwnCommand(const std::string& line) {
-    static const xp::sregex command =
-        xp::sregex::compile(R"(\$ (?:(scripts/\w+)|(?:cmake|ctest) .*--preset (\w+)))");
-    xp::smatch found;
-    if (!xp::regex_search(line, found, command)) {
+    const auto found =
+        AllMatches(line, R"(\$ ((scripts/[a-z-]+)|(cmake|ctest) .*--preset ([a-z]+)))");
+    if (found.empty()) {
         return false;
     }
-    return found[1].matched
-               ? fs::exists(Root() / found[1].str())
-               : ReadFile((Root() / "CMakePresets.json").string())
-                         .find(R"("name": ")" + found[2].str() + '"') != std::string::npos;
+    const Match& command = found.front();
+    return command[2].empty()
+               ? ReadFile((Root() / "CMakePresets.json").string())
+                         .find(R"("name": ")" + command[4] + '"') != std::string::npos
+               : fs::exists(Root() / command[2]);
 }
 
 void ExpectRuns(const CodeBlock& block) {
@@ -175,9 +174,12 @@ TEST(Examples, AreAllRun) {
         const std::string extension = entry.path().extension().string();
         const std::string name = entry.path().stem().string();
         if (extension == ".cpp" || extension == ".sh") {
-            const xp::sregex test =
-                xp::sregex::compile(R"(krstream_(add|run)_example\(\s*)" + name + R"(\s)");
-            EXPECT_TRUE(xp::regex_search(listed, test)) << name;
+            const std::string blank = "[[:space:]]";
+            EXPECT_EQ(
+                AllMatches(listed, R"(krstream_(add|run)_example\()" + blank + '*' + name + blank)
+                    .size(),
+                1U)
+                << name;
         }
     }
 }
@@ -196,25 +198,23 @@ std::string AnchorOf(const std::string& heading) {
 }
 
 bool HasAnchor(const fs::path& document, const std::string& anchor) {
-    static const xp::sregex heading = xp::sregex::compile(R"((?:^|\n)#+ ([^\n]*))");
-    const std::string prose = ProseOf(document);
-    return std::any_of(xp::sregex_iterator(prose.begin(), prose.end(), heading), {},
-                       [&](const xp::smatch& found) { return AnchorOf(found[1]) == anchor; });
+    const auto headings = AllMatches(ProseOf(document), "^#+ (.*)$");
+    return std::any_of(headings.begin(), headings.end(),
+                       [&](const Match& heading) { return AnchorOf(heading[1]) == anchor; });
 }
 
 void ExpectLinksLead(const fs::path& document) {
-    static const xp::sregex link = xp::sregex::compile(R"(\]\(([^)#]*)(?:#([^)]*))?\))");
     const std::string prose = ProseOf(document);
     ASSERT_FALSE(prose.empty()) << document;
-    for (xp::sregex_iterator found(prose.begin(), prose.end(), link), end; found != end; ++found) {
-        const std::string path = (*found)[1];
+    for (const Match& link : AllMatches(prose, R"(\]\(([^)#]*)(#([^)]*))?\))")) {
+        const std::string& path = link[1];
         if (path.find("://") != std::string::npos) {
             continue;
         }
         const fs::path target = path.empty() ? document : document.parent_path() / path;
         EXPECT_TRUE(fs::exists(target)) << document << " links to " << path;
-        EXPECT_TRUE(!(*found)[2].matched || HasAnchor(target, (*found)[2]))
-            << document << " links to " << (*found)[0];
+        EXPECT_TRUE(link[2].empty() || HasAnchor(target, link[3]))
+            << document << " links to " << link[0];
     }
 }
 

@@ -1,6 +1,5 @@
+#include "JsonAt.h"
 #include "ToolRun.h"
-
-#include <nlohmann/json.hpp>
 
 #include <cstdint>
 #include <cstring>
@@ -37,8 +36,7 @@ protected:
     }
 
     std::uint64_t Reclaimable() const {
-        const auto info = nlohmann::json::parse(Run({"info", "f.kr", "--json"}).out);
-        return info.at("reclaimable_bytes").get<std::uint64_t>();
+        return std::stoull(JsonAt(Run({"info", "f.kr", "--json"}).out, "/reclaimable_bytes"));
     }
 
     /// Another one once the file was rewritten.

@@ -1,23 +1,11 @@
 #include "ToolRun.h"
+#include "tests/support/Matches.h"
 
 #include <boost/algorithm/string/replace.hpp>
-#include <boost/xpressive/xpressive_dynamic.hpp>
 
 #include <sstream>
 
-namespace xp = boost::xpressive;
-
 namespace {
-
-/// Everything in `text` that fits the first group of `pattern`.
-std::vector<std::string> All(const std::string& text, const char* pattern) {
-    const xp::sregex regex = xp::sregex::compile(pattern);
-    std::vector<std::string> all;
-    for (xp::sregex_iterator at(text.begin(), text.end(), regex), end; at != end; ++at) {
-        all.push_back((*at)[1]);
-    }
-    return all;
-}
 
 /// The lines under "Examples:" that are no comments.
 std::vector<std::string> Examples(const std::string& help) {
@@ -38,7 +26,12 @@ class HelpTest : public ToolTest {
 protected:
     std::vector<std::string> Commands() const {
         const std::string help = Run({"--help"}).out;
-        return All(help.substr(0, help.find("\nOptions:")), "\n  ([a-z]+)(?:, [a-z]+)* +[A-Z]");
+        std::vector<std::string> commands;
+        for (const Match& line :
+             AllMatches(help.substr(0, help.find("\nOptions:")), "^  ([a-z]+)(, [a-z]+)* +[A-Z]")) {
+            commands.push_back(line[1]);
+        }
+        return commands;
     }
 
     /// The files that examples name, in a folder of their own.
@@ -84,9 +77,9 @@ TEST_F(HelpTest, TheManualPageNamesEverything) {
         const std::size_t begin = page.find("\n.SS " + command + " ");
         ASSERT_NE(begin, std::string::npos) << command;
         const std::string section = page.substr(begin, page.find("\n.S", begin + 1) - begin);
-        for (std::string option :
-             All(Run({command, "--help"}).out, "\n +(?:-., )?(--[a-z-]+)[ \n]")) {
-            boost::replace_all(option, "-", "\\-");
+        for (const Match& line :
+             AllMatches(Run({command, "--help"}).out, "^ +(-., )?(--[a-z-]+)( |$)")) {
+            const std::string option = boost::replace_all_copy(line[2], "-", "\\-");
             EXPECT_TRUE(option == "\\-\\-help" || section.find(option) != std::string::npos)
                 << command << option;
         }

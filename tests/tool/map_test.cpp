@@ -1,16 +1,14 @@
 #include "ToolRun.h"
+#include "tests/support/Matches.h"
 #include "tools/krstream/MapCells.h"
 
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
-#include <boost/xpressive/xpressive_dynamic.hpp>
 
 #include <algorithm>
 #include <cstdlib>
 #include <set>
 #include <sstream>
-
-namespace xp = boost::xpressive;
 
 namespace {
 
@@ -37,14 +35,11 @@ std::vector<std::string> Texts(const std::string& svg, const std::string& name) 
 
 /// All blocks that tooltips speak of; one that two of them speak of is a failure.
 std::set<std::size_t> DrawnBlocks(const std::string& svg) {
-    static const xp::sregex kBlocks =
-        xp::sregex::compile("blocks? ([0-9]+)(?: to ([0-9]+))?(?:$|: )");
     std::set<std::size_t> drawn;
     for (const std::string& title : Texts(svg, "title")) {
-        xp::smatch match;
-        if (xp::regex_search(title, match, kBlocks)) {
+        for (const Match& match : AllMatches(title, "blocks? ([0-9]+)( to ([0-9]+))?($|: )")) {
             const std::size_t first = std::stoul(match[1]);
-            const std::size_t last = match[2].matched ? std::stoul(match[2]) : first;
+            const std::size_t last = match[3].empty() ? first : std::stoul(match[3]);
             for (std::size_t block = first; block <= last; ++block) {
                 EXPECT_TRUE(drawn.insert(block).second) << title;
             }
@@ -55,15 +50,9 @@ std::set<std::size_t> DrawnBlocks(const std::string& svg) {
 
 /// The cells of a drawing in text, a row each.
 std::vector<std::string> Rows(const std::string& text) {
-    static const xp::sregex kRow = xp::sregex::compile(" +[0-9]+ ([#%.?!A-Oa-o]+)");
-    std::istringstream lines(text);
     std::vector<std::string> rows;
-    std::string line;
-    xp::smatch match;
-    while (std::getline(lines, line)) {
-        if (xp::regex_match(line, match, kRow)) {
-            rows.push_back(match[1]);
-        }
+    for (const Match& match : AllMatches(text, "^ +[0-9]+ ([#%.?!A-Oa-o]+)$")) {
+        rows.push_back(match[1]);
     }
     return rows;
 }
