@@ -174,12 +174,9 @@ TEST(Examples, AreAllRun) {
         const std::string extension = entry.path().extension().string();
         const std::string name = entry.path().stem().string();
         if (extension == ".cpp" || extension == ".sh") {
-            const std::string blank = "[[:space:]]";
-            EXPECT_EQ(
-                AllMatches(listed, R"(krstream_(add|run)_example\()" + blank + '*' + name + blank)
-                    .size(),
-                1U)
-                << name;
+            const std::string test =
+                R"(krstream_(add|run)_example\([[:space:]]*)" + name + "[[:space:]]";
+            EXPECT_EQ(AllMatches(listed, test).size(), 1U) << name;
         }
     }
 }

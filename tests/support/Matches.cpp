@@ -1,22 +1,21 @@
 #include "tests/support/Matches.h"
 
-#include <memory>
 #include <stdexcept>
 
 #include <regex.h>
 
 namespace {
 
-class Pattern {
+class Expression {
 public:
-    explicit Pattern(const std::string& pattern) {
+    explicit Expression(const std::string& pattern) {
         if (regcomp(&compiled_, pattern.c_str(), REG_EXTENDED | REG_NEWLINE) != 0) {
             throw std::invalid_argument(pattern);
         }
     }
-    ~Pattern() { regfree(&compiled_); }
-    Pattern(const Pattern&) = delete;
-    Pattern& operator=(const Pattern&) = delete;
+    ~Expression() { regfree(&compiled_); }
+    Expression(const Expression&) = delete;
+    Expression& operator=(const Expression&) = delete;
 
     /// Where the first match at or behind `from` and its groups lie; none when there is no further.
     std::vector<regmatch_t> FindIn(const std::string& text, std::size_t from) const {
@@ -47,11 +46,13 @@ Match Groups(const std::string& text, const std::vector<regmatch_t>& places) {
 } // namespace
 
 std::vector<Match> AllMatches(const std::string& text, const std::string& pattern) {
-    const Pattern compiled(pattern);
+    const Expression expression(pattern);
     std::vector<Match> matches;
-    std::size_t at = 0;
-    for (auto places = compiled.FindIn(text, at); !places.empty() && at <= text.size();
-         places = compiled.FindIn(text, at)) {
+    for (std::size_t at = 0; at <= text.size();) {
+        const std::vector<regmatch_t> places = expression.FindIn(text, at);
+        if (places.empty()) {
+            break;
+        }
         matches.push_back(Groups(text, places));
         at = static_cast<std::size_t>(places[0].rm_eo) + (matches.back()[0].empty() ? 1 : 0);
     }
