@@ -41,6 +41,22 @@ int OpenOrCreate(const char* path, bool readOnly) {
                                             : open(path, mode | O_CREAT, S_IRUSR | S_IWUSR);
 }
 
+/// Reads up to `most` bytes; one call that does less than asked is no reason to return less than
+/// `least`. Returns how many there were before the end or an error.
+std::size_t ReadAtLeast(int descriptor, std::uint64_t offset, unsigned char* bytes,
+                        std::size_t least, std::size_t most) {
+    std::size_t done = 0;
+    while (done < least) {
+        const ssize_t got =
+            pread(descriptor, bytes + done, most - done, static_cast<off_t>(offset + done));
+        if (got == 0 || (got < 0 && errno != EINTR)) {
+            break;
+        }
+        done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    }
+    return done;
+}
+
 } // namespace
 
 std::unique_ptr<FileStore> FileStore::Open(const char* path, bool readOnly) {
@@ -68,7 +84,7 @@ FileStore::~FileStore() {
 
 std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::size_t count) {
     std::size_t done = 0;
-    while (done < count && (Available(offset) > 0 || Load(offset, count - done))) {
+    while (done < count && (Available(offset) > 0 || Load(offset, 1, count - done))) {
         const std::size_t piece = std::min(count - done, Available(offset));
         std::memcpy(bytes + done, window_ + (offset - windowStart_), piece);
         done += piece;
@@ -78,7 +94,7 @@ std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::siz
 }
 
 ByteStore::Bytes FileStore::View(std::uint64_t offset, std::size_t needed, std::size_t wanted) {
-    const bool isThere = Available(offset) >= needed || Load(offset, std::max(needed, wanted));
+    const bool isThere = Available(offset) >= needed || Load(offset, needed, wanted);
     return isThere ? Bytes{window_ + (offset - windowStart_), Available(offset)} : Bytes();
 }
 
@@ -146,7 +162,7 @@ std::size_t FileStore::Available(std::uint64_t offset) const {
                : 0;
 }
 
-bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
+bool FileStore::Load(std::uint64_t offset, std::size_t needed, std::size_t wanted) {
     if (!Flush()) {
         return false;
     }
@@ -155,14 +171,10 @@ bool FileStore::Load(std::uint64_t offset, std::size_t wanted) {
     const bool sequential =
         offset + BlockFormat::kBlockSize > windowEnd && offset < windowEnd + kSmallGap;
     const std::size_t grown = 2 * std::max(readSize_, BlockFormat::kBlockSize);
-    readSize_ = std::min(sequential ? std::max(grown, wanted) : wanted, kLargestRead);
+    readSize_ = std::min(std::max(sequential ? grown : needed, wanted), kLargestRead);
     Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kLargestRead);
-    ssize_t got = 0;
-    do {
-        got = pread(descriptor_, window_, readSize_, static_cast<off_t>(offset));
-    } while (got < 0 && errno == EINTR);
     windowStart_ = offset;
-    windowLength_ = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+    windowLength_ = ReadAtLeast(descriptor_, offset, window_, needed, readSize_);
     return windowLength_ > 0;
 }
 
