@@ -21,6 +21,9 @@ constexpr std::size_t kLargestRead = std::size_t{512} * 1024;
 constexpr std::size_t kLargestWrite = std::size_t{128} * 1024;
 /// What the system takes over whole or not at all, should the program be killed in a write.
 constexpr std::uint64_t kPage = 4096;
+/// What is read where reading does not go on: the blocks of a scattered chain lie alone, and most
+/// of what is read with one is read for nothing. Where it does go on, the next call takes the rest.
+constexpr std::size_t kLargestJump = std::size_t{16} * 1024;
 /// A gap of a few blocks is still a pass in file order: other entries' blocks lie between.
 constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
 /// What stays in the window before a write that moves it: a small entry's directory block, and the
@@ -171,7 +174,8 @@ bool FileStore::Load(std::uint64_t offset, std::size_t needed, std::size_t wante
     const bool sequential =
         offset + BlockFormat::kBlockSize > windowEnd && offset < windowEnd + kSmallGap;
     const std::size_t grown = 2 * std::max(readSize_, BlockFormat::kBlockSize);
-    readSize_ = std::min(std::max(sequential ? grown : needed, wanted), kLargestRead);
+    readSize_ = sequential ? std::min(std::max(grown, wanted), kLargestRead)
+                           : std::max(needed, std::min(wanted, kLargestJump));
     Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kLargestRead);
     windowStart_ = offset;
     windowLength_ = ReadAtLeast(descriptor_, offset, window_, needed, readSize_);

@@ -16,18 +16,28 @@ TEST(FileStore, BehavesLikeAString) {
     const TempFolder folder;
     std::mt19937 random(1);
     std::string model;
-    const auto store = FileStore::Open((folder / "f").c_str(), false);
-    ASSERT_NE(store, nullptr);
+    auto store = FileStore::Open((folder / "f").c_str(), false);
     for (int step = 0; step < 3000; ++step) {
+        if (step % 50 == 0) {
+            store.reset();
+            store = FileStore::Open((folder / "f").c_str(), false);
+            ASSERT_NE(store, nullptr);
+        }
         const std::size_t count = 1 + random() % 3000;
         const std::size_t near = model.size() > 5000 ? model.size() - 5000 : 0;
         const std::size_t at = random() % 4 == 0 ? random() % (model.size() + 1)
                                                  : near + random() % (model.size() - near + 1);
-        if (random() % 2 == 0) {
+        const auto what = random() % 3;
+        if (what == 0) {
             const std::string bytes = Pattern(count, static_cast<unsigned>(random()));
             ASSERT_TRUE(store->Write(at, Bytes(bytes), count));
             model.resize(std::max(model.size(), at + count));
             model.replace(at, count, bytes);
+        } else if (what == 1) {
+            const std::size_t needed = std::min<std::size_t>(count, 1024);
+            const ByteStore::Bytes view = store->View(at, needed, random() % 9000);
+            ASSERT_GE(view.count, std::min(needed, model.size() - at)) << step;
+            ASSERT_TRUE(std::equal(view.first, view.first + view.count, Bytes(model) + at)) << step;
         } else {
             std::string bytes(count, '\0');
             bytes.resize(store->Read(at, reinterpret_cast<unsigned char*>(&bytes[0]), count));
@@ -36,6 +46,34 @@ TEST(FileStore, BehavesLikeAString) {
     }
     ASSERT_TRUE(store->Flush());
     EXPECT_EQ(ReadFile(folder / "f"), model);
+}
+
+// Of what is read with a block of a scattered chain most is not wanted.
+TEST(FileStore, ReadsLittleWhereItJumps) {
+    const TempFolder folder;
+    WriteFile(folder / "f", std::string(1 << 20, 'x'));
+    const auto store = FileStore::Open((folder / "f").c_str(), true);
+    for (const std::uint64_t offset : {900'000, 600'000, 300'000}) {
+        const std::size_t got = store->View(offset, 1024, 1 << 20).count;
+        EXPECT_LE(got, 20'000U);
+        EXPECT_GE(store->View(offset + got, 1024, 1 << 20).count, 100'000U) << "it goes on there";
+    }
+}
+
+// What is in the window when a write makes it larger is still shown and sent from there.
+TEST(FileStore, KeepsWhatItHoldsWhenItGrows) {
+    const TempFolder folder;
+    std::string model = Pattern(8192, 1);
+    WriteFile(folder / "f", model);
+    const auto store = FileStore::Open((folder / "f").c_str(), false);
+    ASSERT_EQ(store->View(0, 1024, 8192).count, 8192U);
+    for (const std::uint64_t offset : {8192, 9216}) {
+        ASSERT_TRUE(store->Write(offset, Bytes(model), 1024));
+        model += model.substr(0, 1024);
+    }
+    const ByteStore::Bytes view = store->View(0, 1024, 1024);
+    ASSERT_EQ(view.count, model.size());
+    EXPECT_TRUE(std::equal(view.first, view.first + view.count, Bytes(model)));
 }
 
 // A later write never overtakes an earlier one on its way to the disk, unless both are one piece or
