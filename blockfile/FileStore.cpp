@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <fcntl.h>
@@ -103,11 +104,8 @@ ByteStore::Bytes FileStore::View(std::uint64_t offset, std::size_t needed, std::
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
     if (!JoinsPending(offset, count) || !FitsWindow(offset, count)) {
-        if (!Flush()) {
+        if (!Flush() || (!FitsWindow(offset, count) && !MoveWindow(offset))) {
             return false;
-        }
-        if (!FitsWindow(offset, count)) {
-            MoveWindow(offset);
         }
         pendingBegin_ = pendingEnd_ = static_cast<std::size_t>(offset - windowStart_);
         pendingIsUpwards_ = true;
@@ -176,26 +174,35 @@ bool FileStore::Load(std::uint64_t offset, std::size_t needed, std::size_t wante
     const std::size_t grown = 2 * std::max(readSize_, BlockFormat::kBlockSize);
     readSize_ = sequential ? std::min(std::max(grown, wanted), kLargestRead)
                            : std::max(needed, std::min(wanted, kLargestJump));
-    Reserve(readSize_ <= kSmallWindow ? kSmallWindow : kLargestRead);
+    if (readSize_ > kSmallWindow && !Reserve(kLargestRead)) {
+        return false;
+    }
     windowStart_ = offset;
     windowLength_ = ReadAtLeast(descriptor_, offset, window_, needed, readSize_);
     return windowLength_ > 0;
 }
 
-// Makes the window at least so large.
-void FileStore::Reserve(std::size_t size) {
-    if (windowSize_ < size) {
-        std::unique_ptr<Page[]> larger(new Page[size / sizeof(Page)]);
-        std::memcpy(larger.get(), window_, windowLength_);
-        largeWindow_ = std::move(larger);
-        window_ = reinterpret_cast<unsigned char*>(largeWindow_.get());
-        windowSize_ = size;
+// Makes the window at least so large; false when there is no memory for it.
+bool FileStore::Reserve(std::size_t size) {
+    if (windowSize_ >= size) {
+        return true;
     }
+    std::unique_ptr<Page[]> larger(new (std::nothrow) Page[size / sizeof(Page)]);
+    if (larger == nullptr) {
+        return false;
+    }
+    std::memcpy(larger.get(), window_, windowLength_);
+    largeWindow_ = std::move(larger);
+    window_ = reinterpret_cast<unsigned char*>(largeWindow_.get());
+    windowSize_ = size;
+    return true;
 }
 
 // Makes room for a write. What lies shortly before it is kept: it is often written next.
-void FileStore::MoveWindow(std::uint64_t offset) {
-    Reserve(kLargestWrite);
+bool FileStore::MoveWindow(std::uint64_t offset) {
+    if (!Reserve(kLargestWrite)) {
+        return false;
+    }
     const bool goesOn = offset >= windowStart_ && offset <= windowStart_ + windowLength_;
     const std::uint64_t start =
         goesOn ? std::max(windowStart_, offset - std::min(offset, kKeptBefore)) : offset;
@@ -204,6 +211,7 @@ void FileStore::MoveWindow(std::uint64_t offset) {
         std::memmove(window_, window_ + (start - windowStart_), windowLength_);
     }
     windowStart_ = start;
+    return true;
 }
 
 // Behind the run, with no whole page in between: what lies there, which is not on its way, is then

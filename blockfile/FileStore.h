@@ -39,8 +39,8 @@ private:
     /// The window's bytes from `offset` to its end; 0 when `offset` lies outside.
     std::size_t Available(std::uint64_t offset) const;
     bool Load(std::uint64_t offset, std::size_t needed, std::size_t wanted);
-    void Reserve(std::size_t size);
-    void MoveWindow(std::uint64_t offset);
+    bool Reserve(std::size_t size);
+    bool MoveWindow(std::uint64_t offset);
     void DropPartOfBlock() const;
     bool FollowsPending(std::uint64_t offset) const;
     bool RewritesPending(std::uint64_t offset) const;

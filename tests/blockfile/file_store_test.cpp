@@ -4,7 +4,29 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <new>
 #include <random>
+
+namespace {
+
+bool isMemoryShort = false;
+
+} // namespace
+
+// The linker prefers these to the library's for all memory that is more than usually aligned, as a
+// window is.
+void* operator new[](std::size_t size, std::align_val_t alignment,
+                     const std::nothrow_t& /*unused*/) noexcept {
+    return isMemoryShort ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    void* const memory = operator new[](size, alignment, std::nothrow);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    std::free(memory);
+}
 
 namespace {
 
@@ -74,6 +96,19 @@ TEST(FileStore, KeepsWhatItHoldsWhenItGrows) {
     const ByteStore::Bytes view = store->View(0, 1024, 1024);
     ASSERT_EQ(view.count, model.size());
     EXPECT_TRUE(std::equal(view.first, view.first + view.count, Bytes(model)));
+}
+
+TEST(FileStore, FailsWithoutMemory) {
+    const TempFolder folder;
+    const std::string model = Pattern(20480, 1);
+    WriteFile(folder / "f", model);
+    const auto store = FileStore::Open((folder / "f").c_str(), false);
+    isMemoryShort = true;
+    EXPECT_EQ(store->View(0, 1024, 10240).count, 0U);
+    EXPECT_FALSE(store->Write(10240, Bytes(model), 1024));
+    isMemoryShort = false;
+    EXPECT_GE(store->View(0, 1024, 10240).count, 10240U);
+    EXPECT_TRUE(store->Flush() && ReadFile(folder / "f") == model);
 }
 
 // A later write never overtakes an earlier one on its way to the disk, unless both are one piece or
