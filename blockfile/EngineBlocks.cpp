@@ -18,12 +18,13 @@ std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std
     Guard([&] {
         BlockFile::Reading reading(file_);
         DataBlock deciphered;
+        const bool isEncrypted = IsEncrypted();
         for (bool isLast = false; done < count && !isLast; ++index, offset = 0) {
             const BlockNumber number = chain[index];
             const std::size_t wanted = ExtentOf(offset + count - done);
-            const std::size_t needed = IsEncrypted() ? kBlockSize : std::min(wanted, kBlockSize);
+            const std::size_t needed = isEncrypted ? kBlockSize : std::min(wanted, kBlockSize);
             const unsigned char* block = ViewBlock(reading, number, needed, wanted);
-            if (IsEncrypted()) {
+            if (isEncrypted) {
                 std::memcpy(deciphered.Image(), block, kBlockSize);
                 Decipher(deciphered);
                 block = deciphered.Image();

@@ -111,7 +111,7 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
         pendingIsUpwards_ = true;
         pendingHasGaps_ = false;
     }
-    pendingIsUpwards_ = pendingIsUpwards_ && (FollowsPending(offset) || RewritesPending(offset));
+    pendingIsUpwards_ = GoesUpwards(offset);
     pendingHasGaps_ = pendingHasGaps_ || offset > windowStart_ + pendingEnd_;
     const auto at = static_cast<std::size_t>(offset - windowStart_);
     std::memcpy(window_ + at, bytes, count);
@@ -214,6 +214,11 @@ bool FileStore::MoveWindow(std::uint64_t offset) {
     return true;
 }
 
+// Whether a run that was written upwards still is with bytes at `offset`.
+bool FileStore::GoesUpwards(std::uint64_t offset) const {
+    return pendingIsUpwards_ && (FollowsPending(offset) || RewritesPending(offset));
+}
+
 // Behind the run, with no whole page in between: what lies there, which is not on its way, is then
 // sent once more as it stands, to pages that are written anyway.
 bool FileStore::FollowsPending(std::uint64_t offset) const {
@@ -222,6 +227,7 @@ bool FileStore::FollowsPending(std::uint64_t offset) const {
            (pendingBegin_ == pendingEnd_ || offset / kPage <= (end - 1) / kPage + 1);
 }
 
+// Not where there are gaps: what is written into one would overtake what was written behind it.
 bool FileStore::RewritesPending(std::uint64_t offset) const {
     return !pendingHasGaps_ && offset >= windowStart_ + pendingBegin_ &&
            offset < windowStart_ + pendingEnd_;
@@ -234,8 +240,7 @@ bool FileStore::JoinsPending(std::uint64_t offset, std::size_t count) const {
     const std::uint64_t end = std::max(windowStart_ + pendingEnd_, offset + count);
     const bool inOnePage = begin / kPage == (end - 1) / kPage;
     return pendingBegin_ < pendingEnd_ && end - begin <= kLargestWrite &&
-           (inOnePage ||
-            (pendingIsUpwards_ && (FollowsPending(offset) || RewritesPending(offset))));
+           (inOnePage || GoesUpwards(offset));
 }
 
 bool FileStore::FitsWindow(std::uint64_t offset, std::size_t count) const {

@@ -42,6 +42,7 @@ private:
     bool Reserve(std::size_t size);
     bool MoveWindow(std::uint64_t offset);
     void DropPartOfBlock() const;
+    bool GoesUpwards(std::uint64_t offset) const;
     bool FollowsPending(std::uint64_t offset) const;
     bool RewritesPending(std::uint64_t offset) const;
     bool JoinsPending(std::uint64_t offset, std::size_t count) const;
@@ -63,8 +64,8 @@ private:
     /// The run of window bytes not yet written, as offsets into the window; empty when equal.
     std::size_t pendingBegin_ = 0;
     std::size_t pendingEnd_ = 0;
-    /// The run holds what was written upwards, and nothing else. One that does not lies in one
-    /// page.
+    /// What was written to the run was written upwards, or again. A run of which that is not true
+    /// lies in one page.
     bool pendingIsUpwards_ = true;
     /// The run holds bytes that were not written, but stand in the file as they are.
     bool pendingHasGaps_ = false;
