@@ -79,7 +79,8 @@ void ReadWhole(const PlainFile& file, Visit visit) {
 }
 
 /// Looks at the heads of all blocks. The payloads are read with them: one call for each head takes
-/// longer, and so does a call that is given a place for each head.
+/// longer, and so does a call that is given a place for each head. A mapping takes less, but tells
+/// of a bad sector or of a file cut short by a signal, so it is not for a library.
 void PassOverPayloads(const std::string& path) {
     std::uint64_t links = 0;
     ReadWhole(PlainFile(path, PlainFile::Mode::Read),
