@@ -1,6 +1,7 @@
 #include "blockfile/FileStore.h"
 
 #include "blockfile/BlockFormat.h"
+#include "blockfile/ReadAtLeast.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -43,22 +44,6 @@ int OpenOrCreate(const char* path, bool readOnly) {
     const int existing = open(path, mode);
     return existing >= 0 || errno != ENOENT ? existing
                                             : open(path, mode | O_CREAT, S_IRUSR | S_IWUSR);
-}
-
-/// Reads up to `most` bytes; one call that does less than asked is no reason to return less than
-/// `least`. Returns how many there were before the end or an error.
-std::size_t ReadAtLeast(int descriptor, std::uint64_t offset, unsigned char* bytes,
-                        std::size_t least, std::size_t most) {
-    std::size_t done = 0;
-    while (done < least) {
-        const ssize_t got =
-            pread(descriptor, bytes + done, most - done, static_cast<off_t>(offset + done));
-        if (got == 0 || (got < 0 && errno != EINTR)) {
-            break;
-        }
-        done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-    }
-    return done;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "recovery/SourceFile.h"
 
+#include "blockfile/ReadAtLeast.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -22,21 +24,6 @@ constexpr BlockNumber kBlocksBetween = 8;
 bool IsRegular(const char* path) {
     struct stat status {};
     return path != nullptr && stat(path, &status) == 0 && S_ISREG(status.st_mode);
-}
-
-/// Reads until `count` bytes, the end of the file, or an error; returns how many bytes came.
-std::size_t ReadFully(int descriptor, std::uint64_t offset, unsigned char* bytes,
-                      std::size_t count) {
-    std::size_t done = 0;
-    while (done < count) {
-        const ssize_t got =
-            pread(descriptor, bytes + done, count - done, static_cast<off_t>(offset + done));
-        if (got == 0 || (got < 0 && errno != EINTR)) {
-            break;
-        }
-        done += static_cast<std::size_t>(std::max<ssize_t>(got, 0));
-    }
-    return done;
 }
 
 } // namespace
@@ -94,8 +81,8 @@ bool SourceFile::Load(BlockNumber position, std::size_t count) {
     if (window_.size() < count * kBlockSize) {
         window_.resize(count * kBlockSize);
     }
-    const std::size_t got =
-        ReadFully(descriptor_, OffsetOf(position), window_.data(), count * kBlockSize);
+    const std::size_t got = ReadAtLeast(descriptor_, OffsetOf(position), window_.data(),
+                                        count * kBlockSize, count * kBlockSize);
     first_ = position;
     held_ = got / kBlockSize;
     const std::size_t part = got % kBlockSize;
