@@ -156,7 +156,7 @@ bool FileStore::Load(std::uint64_t offset, std::size_t needed, std::size_t wante
     const std::uint64_t windowEnd = windowStart_ + windowLength_;
     const bool sequential =
         offset + BlockFormat::kBlockSize > windowEnd && offset < windowEnd + kSmallGap;
-    const std::size_t grown = 2 * std::max(readSize_, BlockFormat::kBlockSize);
+    const std::size_t grown = std::max(2 * readSize_, BlockFormat::kBlockSize);
     readSize_ = sequential ? std::min(std::max(grown, wanted), kLargestRead)
                            : std::max(needed, std::min(wanted, kLargestJump));
     if (readSize_ > kSmallWindow && !Reserve(kLargestRead)) {

@@ -18,6 +18,8 @@ void CreateSmall(CompoundFile& file) {
 /// A work, and how many system calls may change the file in it.
 struct Work {
     const char* name;
+    /// Begins with the small streams instead of an empty file.
+    bool onStreams;
     void (*run)(CompoundFile& file);
     int mostCalls;
 };
@@ -26,13 +28,13 @@ struct Work {
 const Work kWorks[] = {
     // A stream's block and its directory block leave together, and each new directory block is
     // linked to the one before.
-    {"create_small", [](CompoundFile& file) { CreateSmall(file); }, kStreams + kStreams / 3 + 2},
-    {"create_large",
+    {"create_small", false, CreateSmall, kStreams + kStreams / 3 + 2},
+    {"create_large", false,
      [](CompoundFile& file) { ASSERT_TRUE(Put(file, "large", Pattern(4 << 20, 1))); }, 40},
-    {"replace_small",
+    {"replace_small", true,
      [](CompoundFile& file) { ASSERT_TRUE(Put(file, NameOf(7), Pattern(600, 1))); }, 3},
     // The directory's blocks one by one, and then the marks of the freed ones in few pieces.
-    {"delete_all",
+    {"delete_all", true,
      [](CompoundFile& file) {
          for (int stream = 0; stream < kStreams; ++stream) {
              ASSERT_TRUE(file.DeleteCFFile(NameOf(stream).c_str()));
@@ -40,13 +42,13 @@ const Work kWorks[] = {
          file.Flush();
      },
      kStreams / 3 + 10},
-    {"read", [](CompoundFile& file) { EXPECT_EQ(GetAll(file).size(), kStreams); }, 0},
+    {"read", true, [](CompoundFile& file) { EXPECT_EQ(GetAll(file).size(), kStreams); }, 0},
 };
 
 class CallsTest : public FileTest, public testing::WithParamInterface<Work> {};
 
 TEST_P(CallsTest, AreFew) {
-    if (std::string(GetParam().name) != "create_small") {
+    if (GetParam().onStreams) {
         CreateSmall(file_);
         Open();
     }

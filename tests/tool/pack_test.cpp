@@ -68,6 +68,7 @@ TEST_F(ToolTest, ListAndInfoTellWhatIsThere) {
     EXPECT_EQ(JsonAt(list, "/0/size"), "2006");
     EXPECT_EQ(JsonAt(list, "/0/blocks"), "3");
     EXPECT_EQ(JsonAt(list, "/1/name"), "\"x\"");
+    EXPECT_ANY_THROW(JsonAt(list, "/2")) << "there are two";
     const std::string quoted = JsonAt(list, "/0/modified");
     const std::string modified = quoted.substr(1, quoted.size() - 2);
     EXPECT_EQ(Run({"list", "-l", "f.kr"}).out, "   SIZE             MODIFIED  BLOCKS  NAME\n"
