@@ -1,5 +1,7 @@
 #include "ToolRun.h"
 
+#include <array>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <functional>
@@ -37,6 +39,36 @@ std::vector<std::string> ToolCommand(const std::vector<std::string>& arguments) 
         execv(arguments.front(), arguments.data());
     }
     _exit(127);
+}
+
+/// Leads the session of a terminal at which `tool` is started, and ends as that did, but not before
+/// the test has closed the terminal: with its leader goes what nobody has read yet.
+template <typename Tool>
+[[noreturn]] void Lead(const std::array<int, 2>& input, Tool tool) {
+    sigset_t hangUp;
+    sigemptyset(&hangUp);
+    sigaddset(&hangUp, SIGHUP);
+    sigprocmask(SIG_BLOCK, &hangUp, nullptr);
+    // One to the group is for the tool.
+    signal(SIGTERM, SIG_IGN);
+    const pid_t process = fork();
+    if (process == 0) {
+        signal(SIGTERM, SIG_DFL);
+        sigprocmask(SIG_UNBLOCK, &hangUp, nullptr);
+        tool();
+    }
+    for (const int fd : {input[0], input[1], STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        close(fd);
+    }
+    int status = 0;
+    int caught = 0;
+    waitpid(process, &status, 0);
+    sigwait(&hangUp, &caught);
+    if (WIFSIGNALED(status)) {
+        signal(WTERMSIG(status), SIG_DFL);
+        raise(WTERMSIG(status));
+    }
+    _exit(WEXITSTATUS(status));
 }
 
 } // namespace
@@ -78,8 +110,8 @@ ToolResult ToolTest::RunProgram(const std::vector<std::string>& command, const s
 }
 
 ToolTest::TerminalRun ToolTest::Start(const std::vector<std::string>& arguments) const {
-    int input[2] = {-1, -1};
-    if (pipe2(input, O_CLOEXEC) != 0) {
+    std::array<int, 2> input{-1, -1};
+    if (pipe2(input.data(), O_CLOEXEC) != 0) {
         throw std::runtime_error("no pipe");
     }
     const std::vector<std::string> command = ToolCommand(arguments);
@@ -87,8 +119,10 @@ ToolTest::TerminalRun ToolTest::Start(const std::vector<std::string>& arguments)
     TerminalRun run{-1, -1, input[1]};
     run.process = forkpty(&run.terminal, nullptr, nullptr, nullptr);
     if (run.process == 0) {
-        dup2(input[0], STDIN_FILENO);
-        Become(Path("."), vector);
+        Lead(input, [&] {
+            dup2(input[0], STDIN_FILENO);
+            Become(Path("."), vector);
+        });
     }
     close(input[0]);
     return run;

@@ -30,7 +30,7 @@ protected:
     ToolResult Shell(const std::string& line) const;
 
     /// Starts the tool at a terminal of its own. `terminal` is our end of that; standard input is a
-    /// pipe that we write to.
+    /// pipe that we write to. `process` leads the tool's group.
     struct TerminalRun {
         pid_t process;
         int terminal;

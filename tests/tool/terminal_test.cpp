@@ -64,7 +64,7 @@ TEST_F(ToolTest, AnInterruptLeavesNothingHalfDone) {
     const TerminalRun run = Start({"add", "f.kr", "-", "--name", "half"});
     // More than a pipe holds, so that the tool has read the rest by the time this is typed.
     Type(run.input, Pattern(200000, 1));
-    ASSERT_EQ(kill(run.process, SIGTERM), 0);
+    ASSERT_EQ(kill(-run.process, SIGTERM), 0);
     int status = 0;
     Finish(run, status);
     EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM);
