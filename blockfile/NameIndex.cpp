@@ -3,6 +3,7 @@
 #include <TALVOutl/Strings.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
@@ -10,6 +11,32 @@ constexpr std::size_t kFewestBuckets = 16;
 
 bool IsFull(std::size_t count, std::size_t buckets) {
     return count * 4 > buckets * 3;
+}
+
+std::uint64_t WordAt(const char* bytes) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes, sizeof word);
+    return word;
+}
+
+/// KrStdString::FoldClassic for each byte of a word.
+std::uint64_t FoldClassic(std::uint64_t word) {
+    constexpr std::uint64_t kEach = 0x0101010101010101U;
+    constexpr std::uint64_t kTopBits = kEach * 0x80;
+    // No sum of a byte without its top bit runs over into the next.
+    const std::uint64_t low = word & ~kTopBits;
+    const std::uint64_t isFromA = low + kEach * (0x80 - 'A');
+    const std::uint64_t isPastZ = low + kEach * (0x80 - 'Z' - 1);
+    return word | (isFromA & ~isPastZ & ~word & kTopBits) >> 2;
+}
+
+/// Lets each bit act on all of them. The halves of a product are needed: of its low half alone,
+/// a high bit reaches only the bits above it, and names could be made to meet.
+std::uint64_t Mix(std::uint64_t bits) {
+    __extension__ using Product = unsigned __int128;
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15; // 2^64 divided by the golden ratio
+    const Product product = static_cast<Product>(bits) * kFactor;
+    return static_cast<std::uint64_t>(product >> 64) ^ static_cast<std::uint64_t>(product);
 }
 
 } // namespace
@@ -66,14 +93,22 @@ void NameIndex::Erase(std::string_view name) {
     }
 }
 
-// FNV-1a, one multiplication a byte and no copy of the folded name. It begins with a number of the
-// process's own, so that no file can be made whose names all share one place.
+// It begins with a number of the process's own, so that no file can be made whose names all share
+// one place.
 std::uint32_t NameIndex::HashOf(std::string_view name) const {
-    std::uint64_t hash = 14695981039346656037U ^ reinterpret_cast<std::uintptr_t>(this);
-    for (const char c : name) {
-        hash = (hash ^ static_cast<unsigned char>(KrStdString::FoldClassic(c))) * 1099511628211U;
+    std::uint64_t hash = Mix(reinterpret_cast<std::uintptr_t>(this)) ^ name.size();
+    std::uint64_t lastWord = 0;
+    if (name.size() < sizeof lastWord) {
+        std::memcpy(&lastWord, name.data(), name.size());
+    } else {
+        // It may begin within the word before.
+        const char* const last = name.data() + name.size() - sizeof lastWord;
+        for (const char* at = name.data(); at < last; at += sizeof lastWord) {
+            hash = Mix(hash ^ FoldClassic(WordAt(at)));
+        }
+        lastWord = WordAt(last);
     }
-    return static_cast<std::uint32_t>(hash ^ hash >> 32);
+    return static_cast<std::uint32_t>(Mix(hash ^ FoldClassic(lastWord)));
 }
 
 // The bucket that has the name, or the free one where it would go.

@@ -54,9 +54,10 @@ constexpr char FoldClassic(char c) {
 
 /// Whether two texts are the same when folded as the classic locale does it.
 inline bool EqualClassic(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char left, char right) {
+    const auto equal = [](char left, char right) {
         return FoldClassic(left) == FoldClassic(right);
-    });
+    };
+    return a == b || std::equal(a.begin(), a.end(), b.begin(), b.end(), equal);
 }
 
 } // namespace KrStdString
