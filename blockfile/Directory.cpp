@@ -47,14 +47,6 @@ void Directory::AppendNew(BlockNumber number) {
     MarkBlockChanged(blockCount_ - 1);
 }
 
-DirEntry& Directory::Entry(Slot slot) {
-    return Block(slot / kSlotsPerBlock).entries[slot % kSlotsPerBlock];
-}
-
-const DirEntry& Directory::Entry(Slot slot) const {
-    return Block(slot / kSlotsPerBlock).entries[slot % kSlotsPerBlock];
-}
-
 std::optional<Directory::Slot> Directory::NextInUse(Slot from) const {
     for (Slot slot = from; slot < SlotCount(); ++slot) {
         if (IsInUse(slot)) {
@@ -132,9 +124,10 @@ const std::vector<std::size_t>& Directory::TakeChanged() {
     std::vector<std::size_t>& order = takenBlocks_;
     order.clear();
     order.swap(changedBlocks_);
-    std::sort(order.begin(), order.end());
-    const auto firstNew = std::lower_bound(order.begin(), order.end(), firstNewBlock_);
-    std::rotate(order.begin(), firstNew, order.end());
+    // Unsigned, the distance of an older block from the first new one is larger than any other.
+    std::sort(order.begin(), order.end(), [firstNew = firstNewBlock_](auto a, auto b) {
+        return a - firstNew < b - firstNew;
+    });
     for (const std::size_t index : order) {
         marks_[index].isChanged = false;
         Block(index).header.signature = kSignature;

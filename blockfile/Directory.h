@@ -44,8 +44,13 @@ public:
         return number < isDirBlock_.size() && isDirBlock_[number];
     }
 
-    DirEntry& Entry(Slot slot);
-    const DirEntry& Entry(Slot slot) const;
+    DirEntry& Entry(Slot slot) {
+        return const_cast<DirEntry&>(std::as_const(*this).Entry(slot));
+    }
+    const DirEntry& Entry(Slot slot) const {
+        return Block(slot / BlockFormat::kSlotsPerBlock)
+            .entries[slot % BlockFormat::kSlotsPerBlock];
+    }
     /// Number of slots in use.
     std::size_t EntryCount() const { return entryCount_; }
     /// The first slot in use at or after `from`.

@@ -212,6 +212,9 @@ KrStreamE::Status CompoundFileServer::RestoreLostEnd() {
 }
 
 void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
+    if (unwritten_.empty()) {
+        return;
+    }
     unwritten_.erase(std::remove(unwritten_.begin(), unwritten_.end(), number), unwritten_.end());
     stale_.erase(std::remove(stale_.begin(), stale_.end(), number), stale_.end());
 }
