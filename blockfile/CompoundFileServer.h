@@ -10,10 +10,11 @@
 #include <TALVOutl/BlowFish.h>
 #include <TALVOutl/TimeUtl.h>
 
+#include <boost/container/small_vector.hpp>
+
 #include <algorithm>
 #include <ctime>
 #include <iosfwd>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,8 +37,9 @@ class CompoundFileServer {
 public:
     using Status = KrStreamE::Status;
     using BlockNumber = BlockFormat::BlockNumber;
-    /// Numbers of a chain's blocks, from its first on.
-    using Chain = std::vector<BlockNumber>;
+    /// Numbers of a chain's blocks, from its first on; those of a small entry take no memory of
+    /// their own.
+    using Chain = boost::container::small_vector<BlockNumber, 4>;
 
     /// An entry as streams hold it: its slot, and which use of the slot is meant.
     struct EntryRef {
