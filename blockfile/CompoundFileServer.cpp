@@ -124,11 +124,7 @@ std::string CompoundFileServer::FlushToString() {
     return status_ == KrStreamE::Ok ? content : std::string();
 }
 
-void CompoundFileServer::Release(const char* name) {
-    const auto counted = name == nullptr ? openNames_.end() : openNames_.find(name);
-    if (counted != openNames_.end() && --counted->second == 0) {
-        openNames_.erase(counted);
-    }
+void CompoundFileServer::Release() {
     if (--references_ == 0) {
         registry_->Unregister(*this);
         delete this;

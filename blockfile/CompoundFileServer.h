@@ -71,10 +71,8 @@ public:
     // References: one for each handle and each entry stream.
     void AddReference() { ++references_; }
     bool IsShared() const { return references_ > 1; }
-    /// Gives one back; the last one unregisters, closes and destroys the engine. `name` is the
-    /// entry of a stream.
-    void Release(const char* name);
-    void CountOpenName(const std::string& name) { ++openNames_[name]; }
+    /// Gives one back; the last one unregisters, closes and destroys the engine.
+    void Release();
 
     // State.
     Status GetStatus() const { return status_; }
@@ -228,6 +226,5 @@ private:
     char timeText_[kTimeTextSize] = {};
 
     std::uint32_t references_ = 1;
-    std::map<std::string, int, std::less<>> openNames_;
     std::shared_ptr<ServerRegistry> registry_;
 };

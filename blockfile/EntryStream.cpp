@@ -39,9 +39,7 @@ std::unique_ptr<std::iostream> OpenEntryStream(CompoundFileServer& engine, const
         if (!entry) {
             return nullptr;
         }
-        auto stream = std::make_unique<KrIOStream>(engine, *entry, mode, std::move(first));
-        engine.CountOpenName(engine.Entry(*entry).name);
-        return stream;
+        return std::make_unique<KrIOStream>(engine, *entry, mode, std::move(first));
     } catch (...) {
         return nullptr;
     }

@@ -59,7 +59,6 @@ private:
 
     CompoundFileServer& engine_;
     const CompoundFileServer::EntryRef entry_;
-    const std::string name_;
     /// Null when the entry's first block could not be read.
     std::unique_ptr<DataBlock> current_;
     /// Made when a block is first appended.
@@ -78,7 +77,6 @@ KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServe
                              std::unique_ptr<DataBlock> first)
     : engine_(engine),
       entry_(entry),
-      name_(engine.Entry(entry).name),
       current_(first != nullptr ? std::move(first) : ReadFirst()) {
     if (current_ != nullptr) {
         chain_.push_back(Entry().firstBlock);
@@ -92,7 +90,7 @@ KrIOStreamDevice::Data::~Data() {
         engine_.WriteDataBlock(*current_);
     }
     engine_.Flush(written_);
-    engine_.Release(name_.c_str());
+    engine_.Release();
 }
 
 std::unique_ptr<DataBlock> KrIOStreamDevice::Data::ReadFirst() {

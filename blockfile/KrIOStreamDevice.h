@@ -7,8 +7,6 @@
 
 #include <ios>
 #include <memory>
-#include <string>
-#include <vector>
 
 /// A seekable device over one entry of an open block file, in the sense of Boost.Iostreams. Copies
 /// share one state, as the library copies devices about. The device holds a reference on the

@@ -51,7 +51,7 @@ KrStreamE::Status CompoundFile::Close() {
     const KrStreamE::Status status = engine->GetStatus();
     reference_->engine = nullptr;
     reference_.reset();
-    engine->Release(nullptr);
+    engine->Release();
     return status;
 }
 

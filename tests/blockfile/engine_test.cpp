@@ -33,7 +33,7 @@ TEST_F(Engine, AppendingStreamStartsAtTheEnd) {
     std::ostringstream bytes;
     bytes << stream->rdbuf();
     EXPECT_EQ(bytes.str(), "one two");
-    engine_->Release("a name that nobody counted");
+    engine_->Release();
     EXPECT_EQ(Servers::Get()->Find(path_), engine_) << "the stream holds the engine";
     stream.reset();
     EXPECT_EQ(Servers::Get()->Find(path_), nullptr);
@@ -45,7 +45,7 @@ TEST_F(Engine, DeviceNamesTheFailedOperation) {
     ASSERT_TRUE(entry);
     KrIOStreamDevice device(*engine_, *entry, nullptr);
     ASSERT_TRUE(engine_->DeleteCFFile("e"));
-    engine_->Release(nullptr);
+    engine_->Release();
     const auto textOf = [](const auto& action) {
         try {
             action();
