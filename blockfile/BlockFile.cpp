@@ -38,6 +38,12 @@ bool BlockFile::Write(BlockNumber number, const unsigned char* block) {
                                  : bytes_->Write(OffsetOf(number), block, kBlockSize);
 }
 
+bool BlockFile::Overwrite(BlockNumber number, std::size_t offset, const unsigned char* bytes,
+                          std::size_t count) {
+    const std::uint64_t at = OffsetOf(number) + offset;
+    return bytes_->KeepOrder(at) && bytes_->Write(at, bytes, count);
+}
+
 bool BlockFile::Flush() {
     return bytes_->Flush();
 }

@@ -45,8 +45,10 @@ public:
     /// padding.
     bool Write(BlockNumber number, const unsigned char* block);
 
-    /// To be called before a block is written that relies on what was written before.
-    bool KeepOrder(BlockNumber number) { return bytes_->KeepOrder(BlockFormat::OffsetOf(number)); }
+    /// Writes bytes of a block that is there, which rely on what was written before. They must not
+    /// overtake it where the block is still on its way in an older form.
+    bool Overwrite(BlockNumber number, std::size_t offset, const unsigned char* bytes,
+                   std::size_t count);
     bool Flush();
 
     /// All bytes of the underlying file or stream, to its very end.

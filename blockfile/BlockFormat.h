@@ -58,6 +58,15 @@ constexpr std::size_t kModifiedOffset = kCreatedOffset + kTimeSize;
 constexpr std::size_t kFirstBlockOffset = kModifiedOffset + kTimeSize;
 constexpr std::size_t kSizeOffset = kFirstBlockOffset + 4;
 
+// The parts of a directory block that change one without the other, in the order in which they
+// stand: its header, the slots, the rest.
+constexpr std::size_t kHeaderPart = 0;
+constexpr std::size_t PartOfSlot(std::size_t slot) {
+    return kHeaderPart + 1 + slot;
+}
+constexpr std::size_t kRestPart = PartOfSlot(kSlotsPerBlock);
+constexpr std::size_t kPartCount = kRestPart + 1;
+
 /// What the two versions of the directory block do not share: the width of a slot's size field, and
 /// with it the places of the slots, of the magic and of the reserved bytes. Digest and flags do not
 /// move.
@@ -70,6 +79,12 @@ struct DirLayout {
     }
     constexpr std::size_t MagicOffset() const { return SlotOffset(kSlotsPerBlock); }
     constexpr std::size_t ReservedOffset() const { return MagicOffset() + kMagicSize; }
+    /// Where a part begins, and the one before it ends.
+    constexpr std::size_t PartOffset(std::size_t part) const {
+        return part == kHeaderPart  ? 0
+               : part == kPartCount ? kBlockSize
+                                    : SlotOffset(part - PartOfSlot(0));
+    }
 };
 constexpr DirLayout kDirLayout1{4};
 constexpr DirLayout kDirLayout2{8};
@@ -77,6 +92,7 @@ static_assert(kDirLayout1.SlotSize() == 317 && kDirLayout2.SlotSize() == 321);
 static_assert(kDirLayout1.MagicOffset() == 970 && kDirLayout2.MagicOffset() == 982);
 static_assert(kDirLayout1.ReservedOffset() + 21 == kDigestOffset);
 static_assert(kDirLayout2.ReservedOffset() + kReservedSize == kDigestOffset);
+static_assert(kDirLayout2.PartOffset(kRestPart) == kDirLayout2.MagicOffset());
 
 // Content of the free-list entry: the directory's digest, the highest block number H, then H + 1
 // flags. The entry's recorded size is one less than its content.

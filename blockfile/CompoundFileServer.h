@@ -163,6 +163,7 @@ private:
     void AppendDirBlock();
     void ReadDirBlock(BlockNumber number);
     void WriteDirBlock(std::size_t index);
+    void WriteChange(const Directory::Change& change);
     void WriteStandIns();
     void WriteEnds();
     void WriteDirectory();

@@ -76,15 +76,21 @@ bool DirBlock::Unpack(const unsigned char* block, BlockNumber number) {
     return true;
 }
 
-void DirBlock::Pack(unsigned char* block) const {
-    PackHeader({header.number, header.inUse, kSignature, header.next}, block);
-    for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
-        PackEntry(entries[slot], block + kDirLayout2.SlotOffset(slot));
+void DirBlock::PackParts(std::size_t first, std::size_t last, unsigned char* block) const {
+    if (first == kHeaderPart) {
+        PackHeader({header.number, header.inUse, kSignature, header.next}, block);
     }
-    std::memcpy(block + kDirLayout2.MagicOffset(), kMagic.data(), kMagicSize);
-    std::memcpy(block + kDirLayout2.ReservedOffset(), reserved.data(), kReservedSize);
-    std::memcpy(block + kDigestOffset, passwordDigest.data(), kDigestSize);
-    StoreLittleEndian(block + kFlagsOffset, flags);
+    for (std::size_t slot = 0; slot < kSlotsPerBlock; ++slot) {
+        if (PartOfSlot(slot) >= first && PartOfSlot(slot) <= last) {
+            PackEntry(entries[slot], block + kDirLayout2.SlotOffset(slot));
+        }
+    }
+    if (last == kRestPart) {
+        std::memcpy(block + kDirLayout2.MagicOffset(), kMagic.data(), kMagicSize);
+        std::memcpy(block + kDirLayout2.ReservedOffset(), reserved.data(), kReservedSize);
+        std::memcpy(block + kDigestOffset, passwordDigest.data(), kDigestSize);
+        StoreLittleEndian(block + kFlagsOffset, flags);
+    }
 }
 
 void DirBlock::AddTo(MD5& digest) const {

@@ -24,7 +24,11 @@ struct DirBlock {
     bool Unpack(const unsigned char* block, BlockFormat::BlockNumber number);
 
     /// Writes the version 2 layout.
-    void Pack(unsigned char* block) const;
+    void Pack(unsigned char* block) const {
+        PackParts(BlockFormat::kHeaderPart, BlockFormat::kRestPart, block);
+    }
+    /// Writes the parts from `first` to `last` to their places in a block.
+    void PackParts(std::size_t first, std::size_t last, unsigned char* block) const;
 
     /// Feeds the block's share of the directory digest.
     void AddTo(MD5& digest) const;

@@ -39,12 +39,11 @@ bool Directory::AppendLoaded(const unsigned char* bytes, BlockNumber number) {
 void Directory::AppendNew(BlockNumber number) {
     if (!IsEmpty()) {
         Block(blockCount_ - 1).header.next = number;
-        MarkBlockChanged(blockCount_ - 1);
+        MarkChanged(blockCount_ - 1, 1U << kHeaderPart);
     }
     DirBlock& block = MakeRoom();
     block.header = {number, 1, kSignature, kNoBlock};
     Enter(block);
-    MarkBlockChanged(blockCount_ - 1);
 }
 
 std::optional<Directory::Slot> Directory::NextInUse(Slot from) const {
@@ -110,31 +109,45 @@ void Directory::Free(Slot slot) {
 }
 
 void Directory::MarkBlockChanged(std::size_t index) {
-    if (!marks_[index].isChanged) {
-        marks_[index].isChanged = true;
-        changedBlocks_.push_back(index);
-    }
+    MarkChanged(index, (1U << kPartCount) - 1);
 }
 
 void Directory::MarkEntryChanged(Slot slot) {
-    MarkBlockChanged(slot / kSlotsPerBlock);
+    MarkChanged(slot / kSlotsPerBlock, 1U << PartOfSlot(slot % kSlotsPerBlock));
 }
 
-const std::vector<std::size_t>& Directory::TakeChanged() {
-    std::vector<std::size_t>& order = takenBlocks_;
-    order.clear();
-    order.swap(changedBlocks_);
-    // Unsigned, the distance of an older block from the first new one is larger than any other.
-    std::sort(order.begin(), order.end(), [firstNew = firstNewBlock_](auto a, auto b) {
-        return a - firstNew < b - firstNew;
-    });
-    for (const std::size_t index : order) {
-        marks_[index].isChanged = false;
-        Block(index).header.signature = kSignature;
-        Block(index).header.inUse = 1;
+void Directory::MarkChanged(std::size_t index, unsigned parts) {
+    std::uint8_t& changedParts = marks_[index].changedParts;
+    if (changedParts == 0) {
+        changedBlocks_.push_back(index);
     }
+    changedParts = static_cast<std::uint8_t>(changedParts | parts);
+}
+
+const std::vector<Directory::Change>& Directory::TakeChanges() {
+    // Unsigned, the distance of an older block from the first new one is larger than any other.
+    std::sort(changedBlocks_.begin(), changedBlocks_.end(),
+              [this](auto a, auto b) { return a - firstNewBlock_ < b - firstNewBlock_; });
+    takenChanges_.clear();
+    for (const std::size_t index : changedBlocks_) {
+        takenChanges_.push_back(TakeChange(index));
+    }
+    changedBlocks_.clear();
     firstNewBlock_ = blockCount_;
-    return order;
+    return takenChanges_;
+}
+
+// What lies between two parts that have changed is written with them, in one piece.
+Directory::Change Directory::TakeChange(std::size_t index) {
+    unsigned parts = std::exchange(marks_[index].changedParts, std::uint8_t{0});
+    Header& header = Block(index).header;
+    if (header.inUse != 1 || header.signature != kSignature) {
+        header.inUse = 1;
+        header.signature = kSignature;
+        parts |= 1U << kHeaderPart;
+    }
+    return {index, static_cast<std::size_t>(__builtin_ctz(parts)),
+            static_cast<std::size_t>(31 - __builtin_clz(parts))};
 }
 
 MD5::RawDigest Directory::Digest() const {

@@ -27,7 +27,7 @@ public:
     /// Appends block `number` as it stands in the file; false when the bytes are no directory
     /// block of this number.
     bool AppendLoaded(const unsigned char* bytes, BlockNumber number);
-    /// Appends an empty block and links it to the one before.
+    /// Appends an empty block, which is for the caller to write, and links the one before to it.
     void AppendNew(BlockNumber number);
 
     bool IsEmpty() const { return blockCount_ == 0; }
@@ -71,12 +71,19 @@ public:
             .generations[slot % BlockFormat::kSlotsPerBlock];
     }
 
+    /// What is to be written of a block: its parts from `first` to `last`.
+    struct Change {
+        std::size_t index;
+        std::size_t first;
+        std::size_t last;
+    };
+
     void MarkBlockChanged(std::size_t index);
     void MarkEntryChanged(Slot slot);
-    /// The blocks to write, by index, in the order that keeps the file whole if it is interrupted:
-    /// new blocks come before the older ones that lead to them. They count as unchanged from here
-    /// on. Valid until the next call.
-    const std::vector<std::size_t>& TakeChanged();
+    /// What is to be written, in the order that keeps the file whole if it is interrupted: new
+    /// blocks come before the older ones that lead to them. All counts as unchanged from here on.
+    /// Valid until the next call.
+    const std::vector<Change>& TakeChanges();
 
     /// The digest over all blocks in chain order by which a free-list snapshot is recognised as
     /// current.
@@ -87,7 +94,8 @@ private:
     struct Marks {
         std::array<std::uint32_t, BlockFormat::kSlotsPerBlock> generations{};
         std::array<bool, BlockFormat::kSlotsPerBlock> isInUse{};
-        bool isChanged = false;
+        /// A bit for each part of the block.
+        std::uint8_t changedParts = 0;
 
         bool HasFreeSlot() const { return !(isInUse[0] && isInUse[1] && isInUse[2]); }
     };
@@ -107,6 +115,8 @@ private:
     }
     bool IsInUse(Slot slot) const { return const_cast<Directory*>(this)->IsInUse(slot); }
     Slot SlotCount() const;
+    void MarkChanged(std::size_t index, unsigned parts);
+    Change TakeChange(std::size_t index);
     void BuildIndex() const;
     void RemoveFromIndex(Slot slot);
 
@@ -120,7 +130,7 @@ private:
     /// Entries are made in the last of them only, so that is the only one to go.
     std::priority_queue<std::size_t> blocksWithFreeSlot_;
     std::vector<std::size_t> changedBlocks_;
-    std::vector<std::size_t> takenBlocks_;
+    std::vector<Change> takenChanges_;
     /// Blocks from this index on have never been written.
     std::size_t firstNewBlock_ = 0;
 

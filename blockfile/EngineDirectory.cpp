@@ -128,16 +128,24 @@ void CompoundFileServer::WriteDirBlock(std::size_t index) {
     StoreImage(block.header.number, block.header.inUse != 0, raw.Image());
 }
 
-// A directory block that is still on its way as it was made, with its entries' blocks behind it,
-// must not overtake them in its newest form.
+// Parts of a directory block that is in the file.
+void CompoundFileServer::WriteChange(const Directory::Change& change) {
+    const DirBlock& block = directory_.Block(change.index);
+    const std::size_t begin = kDirLayout2.PartOffset(change.first);
+    const std::size_t end = kDirLayout2.PartOffset(change.last + 1);
+    DataBlock raw;
+    block.PackParts(change.first, change.last, raw.Image());
+    usageDirty_ = true;
+    if (!file_.Overwrite(block.header.number, begin, raw.Image() + begin, end - begin)) {
+        throw CompoundFileServerError{KrStreamE::Failed};
+    }
+}
+
 void CompoundFileServer::WriteDirectory() {
     WriteEnds();
     WriteStandIns();
-    for (const std::size_t index : directory_.TakeChanged()) {
-        if (!file_.KeepOrder(directory_.Block(index).header.number)) {
-            throw CompoundFileServerError{KrStreamE::Failed};
-        }
-        WriteDirBlock(index);
+    for (const Directory::Change& change : directory_.TakeChanges()) {
+        WriteChange(change);
     }
     directoryDirty_ = false;
     hasUnwrittenRemoval_ = false;
