@@ -44,9 +44,7 @@ public:
         return number < isDirBlock_.size() && isDirBlock_[number];
     }
 
-    DirEntry& Entry(Slot slot) {
-        return const_cast<DirEntry&>(std::as_const(*this).Entry(slot));
-    }
+    DirEntry& Entry(Slot slot) { return const_cast<DirEntry&>(std::as_const(*this).Entry(slot)); }
     const DirEntry& Entry(Slot slot) const {
         return Block(slot / BlockFormat::kSlotsPerBlock)
             .entries[slot % BlockFormat::kSlotsPerBlock];

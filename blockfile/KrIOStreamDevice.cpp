@@ -75,9 +75,7 @@ private:
 
 KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServer::EntryRef& entry,
                              std::unique_ptr<DataBlock> first)
-    : engine_(engine),
-      entry_(entry),
-      current_(first != nullptr ? std::move(first) : ReadFirst()) {
+    : engine_(engine), entry_(entry), current_(first != nullptr ? std::move(first) : ReadFirst()) {
     if (current_ != nullptr) {
         chain_.push_back(Entry().firstBlock);
     }
