@@ -154,7 +154,7 @@ KrStreamE::Status CompoundFileServer::ChangePayloads(Change change) {
     if (status_ != KrStreamE::Ok) {
         DataBlock raw;
         directory_.Block(0).Pack(raw.Image());
-        file_.Write(kFirstBlock, raw.Image());
+        file_.Overwrite(kFirstBlock, 0, raw.Image(), kBlockSize);
         return Fail(KrStreamE::Failed);
     }
     return status_;
@@ -166,6 +166,6 @@ void CompoundFileServer::SetPasswordRecord(bool encrypted, const MD5::RawDigest&
                                                        : first.flags & ~kEncryptedFlag);
     first.passwordDigest = digest;
     directory_.MarkBlockChanged(0);
-    WriteDirBlock(0);
+    WriteChange({0, kHeaderPart, kRestPart});
     SendToFile();
 }

@@ -162,7 +162,6 @@ private:
     Directory::Slot TakeSlot();
     void AppendDirBlock();
     void ReadDirBlock(BlockNumber number);
-    void WriteDirBlock(std::size_t index);
     void WriteChange(const Directory::Change& change);
     void WriteStandIns();
     void WriteEnds();

@@ -107,7 +107,10 @@ void CompoundFileServer::AppendDirBlock() {
     directoryDirty_ = true;
     // Written at once, though it is still empty: the entry's data come to stand behind it, and a
     // hole left by a crash would keep the file from being opened for writing.
-    WriteDirBlock(directory_.BlockCount() - 1);
+    const DirBlock& block = directory_.Block(directory_.BlockCount() - 1);
+    DataBlock raw;
+    block.Pack(raw.Image());
+    StoreImage(block.header.number, true, raw.Image());
 }
 
 void CompoundFileServer::ReadDirBlock(BlockNumber number) {
@@ -119,13 +122,6 @@ void CompoundFileServer::ReadDirBlock(BlockNumber number) {
     if (raw.count < kBlockSize || !directory_.AppendLoaded(raw.first, number)) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-}
-
-void CompoundFileServer::WriteDirBlock(std::size_t index) {
-    const DirBlock& block = directory_.Block(index);
-    DataBlock raw;
-    block.Pack(raw.Image());
-    StoreImage(block.header.number, block.header.inUse != 0, raw.Image());
 }
 
 // Parts of a directory block that is in the file.

@@ -144,6 +144,19 @@ const std::vector<Scenario>& Scenarios() {
              work.Change("e", 8000, Pattern(3000, 9));
              work.Decrypt();
          }},
+        // The directory's first block, which then leads to the second, is on its way before it.
+        {"encipher_begun",
+         {},
+         [](Work& work) {
+             const auto names = {"a", "b", "c", "d"};
+             for (const char* name : names) {
+                 work.Begin(name);
+             }
+             work.Encrypt("first");
+             for (const char* name : names) {
+                 work.Finish(name);
+             }
+         }},
         {"go_on", kBefore,
          [](Work& work) {
              work.Delete("a");
