@@ -200,6 +200,21 @@ TEST(DamagedTexts, AreReadToTheEndOfTheirField) {
     EXPECT_TRUE(file.DeleteCFFile(std::string(256, 'N').c_str()));
 }
 
+TEST(DamagedMarks, OfTheDirectoryAreMendedWithTheirBlock) {
+    for (const char mark : {'\0', '\2'}) {
+        for (const bool isDeletion : {true, false}) {
+            RawFile raw(FileOf(kSound));
+            raw.bytes[4] = mark;
+            const auto stream = std::make_shared<std::stringstream>(raw.bytes);
+            CompoundFile file;
+            ASSERT_EQ(file.Open(stream, true), Ok);
+            EXPECT_TRUE(isDeletion ? file.DeleteCFFile("a") : file.Encrypt("secret") == Ok);
+            file.Close();
+            EXPECT_EQ(stream->str()[4], '\1');
+        }
+    }
+}
+
 TEST(DamagedVersions, SignatureIsReadLeniently) {
     const std::map<std::string, bool> signatures = {
         {std::string("Block   2\0", 10), true},  {std::string("Block2\0\0\0\0", 10), true},

@@ -116,4 +116,12 @@ TEST_F(Version1, FirstChangeBringsTheDirectoryToVersion2) {
     EXPECT_TRUE(GetAll(path_) == (Model{{"Caf\xE9", "Z" + content_.substr(1)}, {"new", "text"}}));
 }
 
+TEST_F(Version1, ForcedFlushAloneTakesTheRecordOfFreeBlocksAlong) {
+    OpenWith(bytes_);
+    EXPECT_EQ(file_.FlushToString().substr(5, 9), "Block   2");
+    const RawFile raw = Closed();
+    EXPECT_EQ(raw.Content(raw.Find("kravonel_block_file_free_list").firstBlock).substr(0, 16),
+              raw.DirectoryDigest());
+}
+
 } // namespace

@@ -104,6 +104,7 @@ void Work::Encipher(bool (*change)(CompoundFile&, const std::string&),
     for (auto& [name, promise] : promises_) {
         promise.isOpaque = false;
     }
+    Note(true);
     Flush();
 }
 
