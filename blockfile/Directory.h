@@ -129,7 +129,7 @@ private:
     std::priority_queue<std::size_t> blocksWithFreeSlot_;
     std::vector<std::size_t> changedBlocks_;
     std::vector<Change> takenChanges_;
-    /// Blocks from this index on have never been written.
+    /// Blocks from this index on are new since changes were last taken: they were written empty.
     std::size_t firstNewBlock_ = 0;
 
     /// First slot of each name. Built at the first search, so that listing a file does not pay for
