@@ -78,9 +78,8 @@ public:
 
     void MarkBlockChanged(std::size_t index);
     void MarkEntryChanged(Slot slot);
-    /// What is to be written, in the order that keeps the file whole if it is interrupted: new
-    /// blocks come before the older ones that lead to them. All counts as unchanged from here on.
-    /// Valid until the next call.
+    /// What is to be written: first of new blocks, which are still on their way, then of the older
+    /// ones that lead to them. All counts as unchanged from here on. Valid until the next call.
     const std::vector<Change>& TakeChanges();
 
     /// The digest over all blocks in chain order by which a free-list snapshot is recognised as
