@@ -147,7 +147,8 @@ Sample OnEachBlock(const EntryWorks& works, Work work) {
 } // namespace
 
 // A directory block, then its three entries; each write hands over what its stream has made, in one
-// call as all of it lies in one page. The first of the three links the directory block before.
+// call from its record on, as all of it lies in one page. The first of the three brings the
+// directory block along, to which the one before is then linked.
 Sample Floors::WriteSmall(const Job& job) {
     alignas(kPage) const std::array<char, 4 * kBlock> page{};
     return Measure([&] {
@@ -155,9 +156,10 @@ Sample Floors::WriteSmall(const Job& job) {
         for (std::size_t stream = 0; stream < job.sizes.smallStreams; ++stream) {
             const std::size_t slot = stream % kEntriesPerDirectoryBlock;
             const std::uint64_t at = stream / kEntriesPerDirectoryBlock * page.size();
-            file.WriteAt(at, page.data(), (slot + 2) * kBlock);
+            const std::size_t begin = slot == 0 ? 0 : BlockFormat::kDirLayout2.SlotOffset(slot);
+            file.WriteAt(at + begin, page.data() + begin, (slot + 2) * kBlock - begin);
             if (slot == 0 && at > 0) {
-                file.WriteAt(at - page.size(), page.data(), kBlock);
+                file.WriteAt(at - page.size(), page.data(), BlockFormat::kHeaderSize);
             }
         }
     });
