@@ -26,8 +26,8 @@ struct Work {
 
 // What is slow shows as calls where what is quick could share one.
 const Work kWorks[] = {
-    // A stream's block and its directory block leave together, and each new directory block is
-    // linked to the one before.
+    // A stream's block and its record leave together, and each new directory block is linked to the
+    // one before.
     {"create_small", false, CreateSmall, kStreams + kStreams / 3 + 2},
     {"create_large", false,
      [](CompoundFile& file) { ASSERT_TRUE(Put(file, "large", Pattern(4 << 20, 1))); }, 40},
