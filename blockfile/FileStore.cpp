@@ -32,13 +32,8 @@ constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
 /// one that leads to that.
 constexpr std::uint64_t kKeptBefore = 2 * kPage;
 
-/// Looks before opening, because opening a device can already have an effect.
-bool IsRegularOrMissing(const char* path) {
-    struct stat status {};
-    return stat(path, &status) == 0 ? S_ISREG(status.st_mode) : errno == ENOENT;
-}
-
-/// Opens what exists first, so that reading asks for no right to write.
+/// Opens what exists first, so that reading asks for no right to write. A pipe or a device makes
+/// nobody wait, and no terminal becomes the program's own.
 int OpenOrCreate(const char* path, bool readOnly) {
     const int mode = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (readOnly ? O_RDONLY : O_RDWR);
     const int existing = open(path, mode);
@@ -49,7 +44,7 @@ int OpenOrCreate(const char* path, bool readOnly) {
 } // namespace
 
 std::unique_ptr<FileStore> FileStore::Open(const char* path, bool readOnly) {
-    const int descriptor = IsRegularOrMissing(path) ? OpenOrCreate(path, readOnly) : -1;
+    const int descriptor = OpenOrCreate(path, readOnly);
     if (descriptor < 0) {
         return nullptr;
     }

@@ -11,7 +11,7 @@ class FileStore final : public ByteStore {
 public:
     /// Opens a regular file, creating it empty (mode 0600) when it is missing, and locks it against
     /// other programs: shared for reading, exclusively for reading and writing. Null when the file
-    /// cannot be had, without waiting.
+    /// cannot be had, without waiting. What is no regular file is closed as it was opened, unread.
     static std::unique_ptr<FileStore> Open(const char* path, bool readOnly);
 
     ~FileStore() override;

@@ -20,12 +20,6 @@ constexpr std::size_t kMostBlocks = 1024;
 /// A chain may pass over a few blocks of others and still go upwards.
 constexpr BlockNumber kBlocksBetween = 8;
 
-/// Looks before opening, because opening a device can already have an effect.
-bool IsRegular(const char* path) {
-    struct stat status {};
-    return path != nullptr && stat(path, &status) == 0 && S_ISREG(status.st_mode);
-}
-
 } // namespace
 
 SourceFile::~SourceFile() {
@@ -35,7 +29,7 @@ SourceFile::~SourceFile() {
 }
 
 SourceFile::Opened SourceFile::Open(const char* path) {
-    if (!IsRegular(path)) {
+    if (path == nullptr) {
         return Opened::Failed;
     }
     descriptor_ = open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
