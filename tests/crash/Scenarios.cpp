@@ -16,19 +16,29 @@ void PutMany(Work& work) {
     }
 }
 
-void PutAtOnce(Work& work, const std::vector<std::string>& names) {
+using Names = std::vector<std::string>;
+
+void BeginAll(Work& work, const Names& names) {
     for (const std::string& name : names) {
         work.Begin(name);
     }
+}
+
+void FinishAll(Work& work, const Names& names) {
+    for (const std::string& name : names) {
+        work.Finish(name);
+    }
+}
+
+void PutAtOnce(Work& work, const Names& names) {
+    BeginAll(work, names);
     for (unsigned round = 0; round < 3; ++round) {
         for (const std::string& name : names) {
             work.Write(name, Pattern(11000 + 700 * round, round));
         }
         work.Flush();
     }
-    for (const std::string& name : names) {
-        work.Finish(name);
-    }
+    FinishAll(work, names);
 }
 
 std::size_t RandomSize(std::mt19937& random) {
@@ -102,13 +112,9 @@ const std::vector<Scenario>& Scenarios() {
         {"begin_at_once",
          {},
          [](Work& work) {
-             const auto names = {"a", "b", "c", "d"};
-             for (const char* name : names) {
-                 work.Begin(name);
-             }
-             for (const char* name : names) {
-                 work.Finish(name);
-             }
+             const Names names = {"a", "b", "c", "d"};
+             BeginAll(work, names);
+             FinishAll(work, names);
          }},
         // The last block that a stream holds was another entry's.
         {"flush_between",
@@ -148,14 +154,10 @@ const std::vector<Scenario>& Scenarios() {
         {"encipher_begun",
          {},
          [](Work& work) {
-             const auto names = {"a", "b", "c", "d"};
-             for (const char* name : names) {
-                 work.Begin(name);
-             }
+             const Names names = {"a", "b", "c", "d"};
+             BeginAll(work, names);
              work.Encrypt("first");
-             for (const char* name : names) {
-                 work.Finish(name);
-             }
+             FinishAll(work, names);
          }},
         {"go_on", kBefore,
          [](Work& work) {
