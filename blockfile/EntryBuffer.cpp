@@ -84,6 +84,16 @@ std::streamsize EntryBuffer::xsgetn(char* bytes, std::streamsize count) {
     return done;
 }
 
+// As much as the buffer would gather need not be gathered.
+std::streamsize EntryBuffer::xsputn(const char* bytes, std::streamsize count) {
+    if (count < kBufferSize) {
+        return std::streambuf::xsputn(bytes, count);
+    }
+    BeginWriting();
+    Send();
+    return device_.write(bytes, count);
+}
+
 int EntryBuffer::sync() {
     try {
         Send();

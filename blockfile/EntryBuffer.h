@@ -6,10 +6,10 @@
 #include <memory>
 #include <streambuf>
 
-/// The buffer of the stream over an entry. It gathers small reads and all writes, so that streams
-/// written in turn still get runs of blocks; large reads go past it to the device. One run of bytes
-/// serves both directions: at any time it holds what was read ahead, or what is still to be
-/// written, or nothing.
+/// The buffer of the stream over an entry. It gathers reads and writes, so that streams written in
+/// turn still get runs of blocks; large ones go past it to the device. One run of bytes serves both
+/// directions: at any time it holds what was read ahead, or what is still to be written, or
+/// nothing.
 ///
 /// Where the device throws, reading and writing let the exception through, as stream operations
 /// turn it into badbit. Positioning, which they let escape to the caller, sets the owner's badbit
@@ -25,6 +25,7 @@ protected:
     int_type pbackfail(int_type c) override;
     int_type overflow(int_type c) override;
     std::streamsize xsgetn(char* bytes, std::streamsize count) override;
+    std::streamsize xsputn(const char* bytes, std::streamsize count) override;
     int sync() override;
     pos_type seekoff(off_type offset, std::ios_base::seekdir direction,
                      std::ios_base::openmode which) override;

@@ -88,7 +88,8 @@ TEST_F(EntryStream, CharactersAndPositionsInAnyOrder) {
             at -= at > 0 ? 1 : 0;
             break;
         case 4: {
-            const std::string bytes = Pattern(random() % 700, static_cast<unsigned>(step));
+            const std::size_t count = random() % 50 == 0 ? 12000 : random() % 700;
+            const std::string bytes = Pattern(count, static_cast<unsigned>(step));
             *stream << bytes;
             model.replace(at, bytes.size(), bytes);
             at += bytes.size();
