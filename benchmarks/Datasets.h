@@ -18,7 +18,7 @@ struct Sizes {
     std::size_t fewEntries = 2000;
     std::size_t manyEntries = 200000;
     /// How often a work of microseconds is repeated in one sample.
-    std::size_t repeats = 1000;
+    std::size_t repeats = 20000;
 
     /// A fraction of everything, to see whether the program works.
     static Sizes ForTrying();
