@@ -7,6 +7,7 @@
 #include <boost/process.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -79,40 +80,48 @@ Bench::~Bench() {
     fs::remove_all(memory_, ignored);
 }
 
+// In turn, so that what goes on in the machine meanwhile, such as the end of a disk's work for the
+// row before, spoils a sample of each at most.
 std::vector<Standing> Bench::Run(const Row& row) {
+    std::vector<Series> all = SeriesFor(row);
+    for (std::size_t i = 0; i < options_.samples; ++i) {
+        for (Series& series : all) {
+            const Sample counterpart = Take(row, series.counterpart);
+            series.Add(Take(row, series.store), counterpart);
+        }
+    }
     std::vector<Standing> standings;
+    std::transform(all.begin(), all.end(), std::back_inserter(standings), StandingOf);
+    return standings;
+}
+
+std::vector<Bench::Series> Bench::SeriesFor(const Row& row) const {
+    std::vector<Series> all;
     for (const Contender& contender : AllContenders()) {
         const bool wanted =
             options_.stores.empty() ||
             std::count(options_.stores.begin(), options_.stores.end(), contender.name) != 0;
         if (wanted && TakesPart(row, contender)) {
-            standings.push_back(Compare(row, contender.name, kCounterpart));
+            all.push_back({contender.name, kCounterpart});
         }
     }
     if (row.floor != nullptr) {
-        standings.push_back(Compare(
-            row, kFloor, row.floorCounterpart == nullptr ? kCounterpart : kFloorCounterpart));
+        all.push_back({kFloor, row.floorCounterpart == nullptr ? kCounterpart : kFloorCounterpart});
     }
-    return standings;
+    return all;
 }
 
-Standing Bench::Compare(const Row& row, const std::string& store,
-                        const std::string& counterpartName) {
-    Standing standing;
-    standing.store = store;
-    std::vector<std::uint64_t> written;
-    std::vector<std::int64_t> memory;
-    for (std::size_t i = 0; i < options_.samples; ++i) {
-        const Sample counterpart = Take(row, counterpartName);
-        const Sample sample = Take(row, store);
-        standing.ratios.push_back(sample.seconds / counterpart.seconds);
-        written.push_back(sample.bytesWritten);
-        memory.push_back(static_cast<std::int64_t>(sample.peakMemory) -
-                         static_cast<std::int64_t>(counterpart.peakMemory));
-    }
+void Bench::Series::Add(const Sample& sample, const Sample& ofCounterpart) {
+    ratios.push_back(sample.seconds / ofCounterpart.seconds);
+    written.push_back(sample.bytesWritten);
+    memory.push_back(static_cast<std::int64_t>(sample.peakMemory) -
+                     static_cast<std::int64_t>(ofCounterpart.peakMemory));
+}
+
+Standing Bench::StandingOf(const Series& series) {
+    Standing standing{series.store, series.ratios, MedianOf(series.written),
+                      MedianOf(series.memory)};
     std::sort(standing.ratios.begin(), standing.ratios.end());
-    standing.bytesWritten = MedianOf(written);
-    standing.memoryAboveCounterpart = MedianOf(memory);
     return standing;
 }
 

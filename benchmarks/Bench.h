@@ -16,8 +16,8 @@ struct Standing {
     std::vector<double> ratios;
     /// Medians: bytes handed to the operating system, and the peak of resident memory above the
     /// counterpart's.
-    std::uint64_t bytesWritten = 0;
-    std::int64_t memoryAboveCounterpart = 0;
+    std::uint64_t bytesWritten;
+    std::int64_t memoryAboveCounterpart;
 
     double Median() const { return ratios[ratios.size() / 2]; }
 };
@@ -46,10 +46,22 @@ public:
 private:
     using Path = boost::filesystem::path;
 
+    /// The samples of one store.
+    struct Series {
+        void Add(const Sample& sample, const Sample& ofCounterpart);
+
+        std::string store;
+        std::string counterpart;
+        std::vector<double> ratios = {};
+        std::vector<std::uint64_t> written = {};
+        std::vector<std::int64_t> memory = {};
+    };
+
     const Path& FolderOf(Row::Place place) const;
     std::string StartOf(const Row& row, const std::string& store);
     Sample Take(const Row& row, const std::string& store);
-    Standing Compare(const Row& row, const std::string& store, const std::string& counterpartName);
+    std::vector<Series> SeriesFor(const Row& row) const;
+    static Standing StandingOf(const Series& series);
 
     const Options options_;
     const Path disk_;
