@@ -15,6 +15,9 @@ namespace fs = boost::filesystem;
 
 namespace {
 
+/// So many are read sooner than the system ends its notices, which takes it milliseconds.
+constexpr std::size_t kFewNames = 64;
+
 constexpr std::uint32_t kAppeared = IN_CREATE | IN_MOVED_TO;
 constexpr std::uint32_t kVanished = IN_DELETE | IN_MOVED_FROM;
 /// Notices were dropped, there will be no more, or they are about a folder that is elsewhere now.
@@ -31,9 +34,7 @@ std::pair<std::string, std::string> Folded(const std::string& name) {
 FolderIndex::FolderIndex(std::string folder) : folder_(std::move(folder)) {}
 
 FolderIndex::~FolderIndex() {
-    if (notices_ >= 0) {
-        close(notices_);
-    }
+    EndNotices();
 }
 
 std::vector<std::string> FolderIndex::SpellingsOf(const std::string& name) {
@@ -72,21 +73,37 @@ bool FolderIndex::ReadNotices() {
     return got < 0 && errno == EAGAIN;
 }
 
-// Notices are asked for before the folder is read, so that nothing falls between.
+// Notices are asked for before the names are read that they shall keep up to date, so that nothing
+// falls between.
 void FolderIndex::ReadFolder() {
-    if (notices_ >= 0) {
-        close(notices_);
+    EndNotices();
+    ReadNames();
+    if (names_.size() > kFewNames) {
+        AskForNotices();
+        ReadNames();
     }
-    notices_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (notices_ >= 0 && inotify_add_watch(notices_, folder_.c_str(),
-                                           kAppeared | kVanished | IN_MOVE_SELF | IN_ONLYDIR) < 0) {
-        close(notices_);
-        notices_ = -1;
-    }
+}
+
+void FolderIndex::ReadNames() {
     names_.clear();
     boost::system::error_code error;
     for (fs::directory_iterator item(folder_, error), end; !error && item != end;
          item.increment(error)) {
         names_.insert(Folded(item->path().filename().string()));
+    }
+}
+
+void FolderIndex::AskForNotices() {
+    notices_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (notices_ >= 0 && inotify_add_watch(notices_, folder_.c_str(),
+                                           kAppeared | kVanished | IN_MOVE_SELF | IN_ONLYDIR) < 0) {
+        EndNotices();
+    }
+}
+
+void FolderIndex::EndNotices() {
+    if (notices_ >= 0) {
+        close(notices_);
+        notices_ = -1;
     }
 }

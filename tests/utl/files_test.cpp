@@ -15,40 +15,54 @@ TEST(Files, SyncingTellsWhatIsNotThere) {
 
 using Names = std::vector<std::string>;
 
-TEST(FolderIndex, FollowsWhatHappensInTheFolder) {
-    const TempFolder folder;
-    WriteFile(folder / "Name", "");
-    FolderIndex index(folder / "");
+/// A folder's index beside so many other names: a few are read for each question.
+class FolderIndexBeside : public testing::TestWithParam<int> {
+protected:
+    void Fill(const std::string& folder) const {
+        for (int i = 0; i < GetParam(); ++i) {
+            WriteFile(folder + "/other" + std::to_string(i), "");
+        }
+    }
+
+    const TempFolder folder_;
+};
+
+TEST_P(FolderIndexBeside, FollowsWhatHappensInTheFolder) {
+    Fill(folder_ / "");
+    WriteFile(folder_ / "Name", "");
+    FolderIndex index(folder_ / "");
     EXPECT_EQ(index.SpellingsOf("NAME"), Names{"Name"});
     EXPECT_EQ(index.SpellingsOf("NAM"), Names());
-    WriteFile(folder / "nAME", "");
+    WriteFile(folder_ / "nAME", "");
     EXPECT_EQ(index.SpellingsOf("name"), (Names{"Name", "nAME"}));
-    fs::rename(folder / "Name", folder / "Other");
+    fs::rename(folder_ / "Name", folder_ / "Other");
     EXPECT_EQ(index.SpellingsOf("name"), Names{"nAME"});
     EXPECT_EQ(index.SpellingsOf("other"), Names{"Other"});
-    fs::remove(folder / "nAME");
+    fs::remove(folder_ / "nAME");
     EXPECT_EQ(index.SpellingsOf("name"), Names());
-    fs::create_directory(folder / "\xC4\xE4");
+    fs::create_directory(folder_ / "\xC4\xE4");
     EXPECT_EQ(index.SpellingsOf("\xE4\xE4"), Names()) << "only A to Z fold";
     // More than the system keeps notices of.
     for (int i = 0; i < 17000; ++i) {
-        WriteFile(folder / "new", "");
-        fs::remove(folder / "new");
+        WriteFile(folder_ / "new", "");
+        fs::remove(folder_ / "new");
     }
-    WriteFile(folder / "NEW", "");
+    WriteFile(folder_ / "NEW", "");
     EXPECT_EQ(index.SpellingsOf("new"), Names{"NEW"});
 }
 
-TEST(FolderIndex, FollowsAFolderThatIsMadeAnew) {
-    const TempFolder folder;
-    const std::string path = folder / "folder";
+TEST_P(FolderIndexBeside, FollowsAFolderThatIsMadeAnew) {
+    const std::string path = folder_ / "folder";
     FolderIndex index(path);
     EXPECT_EQ(index.SpellingsOf("a"), Names());
     for (int round = 0; round < 2; ++round) {
         fs::create_directory(path);
+        Fill(path);
         WriteFile(path + "/A", "");
         EXPECT_EQ(index.SpellingsOf("a"), Names{"A"});
         round == 0 ? fs::remove_all(path) : (fs::rename(path, path + "2"), 0);
         EXPECT_EQ(index.SpellingsOf("a"), Names());
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(Names, FolderIndexBeside, testing::Values(0, 100));
