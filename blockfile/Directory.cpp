@@ -7,6 +7,13 @@
 
 using namespace BlockFormat;
 
+namespace {
+
+/// As many as are looked at while one comes from memory.
+constexpr Directory::Slot kNamesAhead = 12;
+
+} // namespace
+
 void Directory::Clear() {
     index_.Clear();
     indexed_ = false;
@@ -49,6 +56,7 @@ void Directory::AppendNew(BlockNumber number) {
 std::optional<Directory::Slot> Directory::NextInUse(Slot from) const {
     for (Slot slot = from; slot < SlotCount(); ++slot) {
         if (IsInUse(slot)) {
+            PrefetchName(slot + kNamesAhead);
             return slot;
         }
     }
@@ -188,6 +196,14 @@ void Directory::Enter(const DirBlock& block) {
 const char* Directory::NameOf(Slot slot) const {
     __builtin_prefetch(&marks_[slot / kSlotsPerBlock]);
     return Entry(slot).name;
+}
+
+// Who walks over the entries asks for their names, which lie too far apart for a processor to see
+// what comes next.
+void Directory::PrefetchName(Slot slot) const {
+    if (slot < SlotCount()) {
+        __builtin_prefetch(Entry(slot).name);
+    }
 }
 
 Directory::Slot Directory::SlotCount() const {

@@ -104,6 +104,7 @@ private:
         return static_cast<std::size_t>(63 - __builtin_clzll(index + 1));
     }
     const char* NameOf(Slot slot) const override;
+    void PrefetchName(Slot slot) const;
     DirBlock& MakeRoom();
     void Enter(const DirBlock& block);
     bool& IsInUse(Slot slot) {
