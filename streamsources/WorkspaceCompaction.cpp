@@ -182,7 +182,7 @@ void CompoundFileStreamSource::CopyForCompaction(const std::string& copy) {
     const fs::path file = state_->compoundFileName;
     boost::system::error_code error;
     // An override of GetIStream may have kept what it was handed, and with it the engine.
-    if (SaveAs(copy.c_str()) == NoError && !compoundFile_.IsShared()) {
+    if (SaveCopy(copy.c_str(), true) == NoError && !compoundFile_.IsShared()) {
         fs::permissions(copy, fs::status(file, error).permissions(), error);
         if (!error && SyncWithName(copy)) {
             return;

@@ -51,6 +51,29 @@ private:
     bool& mark_;
 };
 
+/// Sends a file on to the disk while it grows, so that who syncs it then need not wait for all of
+/// it.
+class SyncAhead {
+public:
+    explicit SyncAhead(std::string path) : path_(std::move(path)) {}
+
+    void FileHasGrown() {
+        boost::system::error_code error;
+        const std::uintmax_t size = fs::file_size(path_, error);
+        if (!error && size >= sent_ + kPart) {
+            KrBeginSync(path_);
+            sent_ = size;
+        }
+    }
+
+private:
+    /// Large enough for a disk to be written in long runs.
+    static constexpr std::uintmax_t kPart = std::uintmax_t{8} << 20;
+
+    const std::string path_;
+    std::uintmax_t sent_ = 0;
+};
+
 /// Hands what was written to the operating system and sees whether all of it got there.
 Source::Error Finish(CompoundFile& file) {
     file.Flush();
@@ -147,6 +170,11 @@ bool CompoundFileStreamSource::HaveTwins(const NameSet& names) const {
 }
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAs(const char* path) {
+    return SaveCopy(path, false);
+}
+
+CompoundFileStreamSource::Error CompoundFileStreamSource::SaveCopy(const char* path,
+                                                                   bool toBeSynced) {
     const StreamSourceLock lock;
     if (path == nullptr || *path == '\0' || !state_->IsBound() ||
         compoundFile_.GetStatus() != KrStreamE::Ok) {
@@ -163,7 +191,7 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAs(const char* pat
         CompoundFile target;
         Error error = MakeFile(path, target);
         if (error == NoError) {
-            error = CopyStreams(target, *streams);
+            error = CopyStreams(target, *streams, toBeSynced);
         }
         if (error == NoError) {
             error = Finish(target);
@@ -176,11 +204,13 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::SaveAs(const char* pat
 }
 
 CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFile& target,
-                                                                      const NameSet& streams) {
+                                                                      const NameSet& streams,
+                                                                      bool toBeSynced) {
     if (target.EncryptLike(compoundFile_) != KrStreamE::Ok) {
         return CompoundFileCorrupt;
     }
     const PassingOn passingOn(state_->passesEntriesOn);
+    SyncAhead syncAhead(target.GetCompoundFileName());
     for (const std::string& stream : streams) {
         // What such a file stands in front of is still what was saved last.
         const bool hasUnsavedFile =
@@ -195,6 +225,9 @@ CompoundFileStreamSource::Error CompoundFileStreamSource::CopyStreams(CompoundFi
             in == nullptr ? CompoundFileCorrupt : CopyToBlockFile(target, *in, stream.c_str());
         if (error != NoError) {
             return !hasUnsavedFile && FindFile(stream) ? error : CompoundFileCorrupt;
+        }
+        if (toBeSynced) {
+            syncAhead.FileHasGrown();
         }
     }
     return NoError;

@@ -70,3 +70,10 @@ bool KrSync(const std::string& path) {
     const Descriptor file(path);
     return file.IsOpen() && fsync(file.Number()) == 0;
 }
+
+void KrBeginSync(const std::string& path) {
+    const Descriptor file(path);
+    if (file.IsOpen()) {
+        sync_file_range(file.Number(), 0, 0, SYNC_FILE_RANGE_WRITE);
+    }
+}

@@ -307,7 +307,9 @@ private:
     Error SaveAllFiles(const NameSet& files);
     Error SaveChangedFiles(const NameSet& files);
     Error SaveFile(const std::string& file);
-    Error CopyStreams(CompoundFile& target, const NameSet& streams);
+    /// SaveAs; `toBeSynced` where the copy has to reach the disk before anything else is done.
+    Error SaveCopy(const char* path, bool toBeSynced);
+    Error CopyStreams(CompoundFile& target, const NameSet& streams, bool toBeSynced);
     static Error CopyToBlockFile(CompoundFile& target, std::istream& in, const char* name);
 
     bool CanBeCompacted() const;

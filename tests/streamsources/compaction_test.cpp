@@ -114,6 +114,24 @@ TEST_F(Compaction, GivesUpACopyThatDoesNotReachTheDisk) {
     EXPECT_TRUE(Saved() == With({{"a", "unsaved"}}));
 }
 
+// Who waits for the disk in the end should not find all of the copy still to be sent. Nobody waits
+// for the disk when a file is saved as another.
+TEST_F(Compaction, SendsALargeCopyOnWhileItGrows) {
+    using Operation = SystemCalls::Operation;
+    WriteFile(path_, FileOf({{"1", Pattern(9 << 20, 1)}, {"2", Pattern(9 << 20, 2)}}));
+    Open();
+    std::vector<Operation> done;
+    SystemCalls::Record(&done, folder_ / "");
+    EXPECT_EQ(source_.SaveAs((folder_ / "other.kr").c_str()), Source::NoError);
+    EXPECT_EQ(Compact(), "");
+    SystemCalls::Record(nullptr);
+    std::vector<Operation> begun;
+    std::copy_if(done.begin(), done.end(), std::back_inserter(begun),
+                 [](const Operation& each) { return each.kind == Operation::Kind::BeginSync; });
+    ASSERT_EQ(begun.size(), 2U);
+    EXPECT_EQ(begun.front().path, Copy('A'));
+}
+
 TEST_F(Compaction, IsRefusedWhileSomebodyElseHasTheFileOpen) {
     Open();
     source_.DeleteSource("b");

@@ -212,6 +212,11 @@ int fsync(int fd) {
     return 0;
 }
 
+int sync_file_range(int fd, off64_t, off64_t, unsigned) {
+    Note(Operation::Kind::BeginSync, RecordedPath(fd));
+    return 0;
+}
+
 int mkdir(const char* path, mode_t mode) noexcept {
     return Permits("mkdir", path, Room::Needed) ? static_cast<int>(syscall(SYS_mkdir, path, mode))
                                                 : -1;

@@ -28,7 +28,7 @@ constexpr Fault kFailures[] = {Fault::DiskFull, Fault::ErrorOnce, Fault::ErrorFr
 
 /// A change of a file that the system took over.
 struct Operation {
-    enum class Kind { Write, Truncate, Sync, Rename, Remove };
+    enum class Kind { Write, Truncate, BeginSync, Sync, Rename, Remove };
 
     Kind kind;
     std::string path;

@@ -44,3 +44,7 @@ TALVOUTL_EXPORT bool KrIsFileLocked(const std::string& path);
 /// Sends what the system still holds of a file, or of a folder's list of names, to the disk (fsync)
 /// and waits for it; false on an error. Any thread.
 TALVOUTL_EXPORT bool KrSync(const std::string& path);
+
+/// Has the system begin to send what it holds of a file to the disk (sync_file_range), and does not
+/// wait: a KrSync that follows has less left to do. A hint, which tells of no error. Any thread.
+TALVOUTL_EXPORT void KrBeginSync(const std::string& path);
