@@ -3,11 +3,9 @@
 #include "blockfile/BlockFormat.h"
 
 #include <TALVOkrstream/CompoundFile.h>
-#include <TALVOutl/Files.h>
 #include <TALVOutl/LargePages.h>
 
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
@@ -93,14 +91,6 @@ void PassOverPayloads(const std::string& path) {
                   }
               });
     Require(links > 0);
-}
-
-void Copy(const std::string& from, const std::string& to) {
-    const PlainFile copy(to, PlainFile::Mode::Create);
-    ReadWhole(PlainFile(from, PlainFile::Mode::Read),
-              [&](const LargePiece& piece, std::uint64_t, std::size_t size) {
-                  copy.Write(piece.bytes.data(), size);
-              });
 }
 
 /// The least of a directory in memory by which an entry is found: its place in an index by name,
@@ -201,15 +191,6 @@ Sample Floors::OpenAndReadDirectory(const Job& job) {
 
 Sample Floors::KeepDirectory(const Job& job) {
     return KeepDirectoryOf(job.path);
-}
-
-// The old file goes only when the copy is on the disk; the copy is then opened for writing.
-Sample Floors::ReplaceByCopy(const Job& job) {
-    return Measure([&] {
-        Copy(job.path, job.scratch);
-        Require(KrSync(job.scratch) && std::rename(job.scratch.c_str(), job.path.c_str()) == 0);
-        PassOverPayloads(job.path);
-    });
 }
 
 Sample Floors::ReadBlocks(const EntryWorks& works) {

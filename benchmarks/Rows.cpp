@@ -77,9 +77,7 @@ std::vector<Row> MakeRows() {
          OwnWorks::ChangeThroughWorkspace, Counterparts::CopyTwoStreamsAndReplaceOne, kOnStore},
         {"W12 compact", "compact the medium streams' file", "copy the file in pieces", 2.5,
          Place::Disk, Dataset::Medium, Stores::Ours, OwnWorks::Compact, Counterparts::CopyFile,
-         kOnStore, Floors::ReplaceByCopy,
-         "a copy by large calls that is on the disk before the old file goes; one read of it for "
-         "the heads of its blocks"},
+         kOnStore},
         {"W12 save as", "save the medium streams' file as another", "copy the file in pieces", 2.5,
          Place::Disk, Dataset::Medium, Stores::Ours, OwnWorks::SaveAs, Counterparts::CopyFile,
          kOnStore},

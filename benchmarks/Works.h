@@ -61,7 +61,6 @@ Sample ReadHeads(const Job& job);
 Sample ReadHeadsAndRandomly(const Job& job);
 Sample OpenAndReadDirectory(const Job& job);
 Sample KeepDirectory(const Job& job);
-Sample ReplaceByCopy(const Job& job);
 Sample ReadBlocks(const EntryWorks& works);
 Sample RewriteBlocks(const EntryWorks& works);
 Sample MarkBlocks(const EntryWorks& works);
