@@ -15,21 +15,20 @@ public:
         if (!Holds(number)) {
             Load(number);
         }
-        if (!Holds(number)) {
-            return nullptr;
-        }
-        const unsigned char* const head = heads_ + (number - first_) * BlockFormat::kBlockSize;
         // A chain mostly goes on behind, and only this head will tell: it need not be waited for.
-        __builtin_prefetch(head + kPrefetchDistance);
-        return head;
+        __builtin_prefetch(At(number + kHeadsAhead));
+        return At(number);
     }
 
 private:
-    bool Holds(BlockNumber number) const { return number >= first_ && number - first_ < held_; }
-    void Load(BlockNumber number);
+    /// As many as are looked at while one comes from a cache farther away.
+    static constexpr BlockNumber kHeadsAhead = 8;
 
-    /// A few blocks: what a cache farther away takes to answer.
-    static constexpr std::size_t kPrefetchDistance = 8 * BlockFormat::kBlockSize;
+    bool Holds(BlockNumber number) const { return number >= first_ && number - first_ < held_; }
+    const unsigned char* At(BlockNumber number) const {
+        return Holds(number) ? heads_ + (number - first_) * BlockFormat::kBlockSize : nullptr;
+    }
+    void Load(BlockNumber number);
 
     BlockFile::Reading reading_;
     /// The head of block `first_`; those of the blocks behind it follow, a block's length apart.

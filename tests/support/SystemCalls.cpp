@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdio>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
