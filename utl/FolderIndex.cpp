@@ -74,31 +74,36 @@ bool FolderIndex::ReadNotices() {
 }
 
 // Notices are asked for before the names are read that they shall keep up to date, so that nothing
-// falls between.
+// falls between. Without such names they are of no use.
 void FolderIndex::ReadFolder() {
     EndNotices();
+    names_.clear();
     ReadNames();
-    if (names_.size() > kFewNames) {
-        AskForNotices();
-        ReadNames();
+    if (names_.size() > kFewNames && AskForNotices() && !ReadNames()) {
+        EndNotices();
     }
 }
 
-void FolderIndex::ReadNames() {
-    names_.clear();
+bool FolderIndex::ReadNames() {
+    decltype(names_) names;
     boost::system::error_code error;
     for (fs::directory_iterator item(folder_, error), end; !error && item != end;
          item.increment(error)) {
-        names_.insert(Folded(item->path().filename().string()));
+        names.insert(Folded(item->path().filename().string()));
     }
+    if (!error) {
+        names_ = std::move(names);
+    }
+    return !error;
 }
 
-void FolderIndex::AskForNotices() {
+bool FolderIndex::AskForNotices() {
     notices_ = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (notices_ >= 0 && inotify_add_watch(notices_, folder_.c_str(),
                                            kAppeared | kVanished | IN_MOVE_SELF | IN_ONLYDIR) < 0) {
         EndNotices();
     }
+    return notices_ >= 0;
 }
 
 void FolderIndex::EndNotices() {

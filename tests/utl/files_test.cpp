@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+#include <unistd.h>
+
 namespace fs = boost::filesystem;
 
 TEST(Files, SyncingTellsWhatIsNotThere) {
@@ -62,6 +65,39 @@ TEST_P(FolderIndexBeside, FollowsAFolderThatIsMadeAnew) {
         EXPECT_EQ(index.SpellingsOf("a"), Names{"A"});
         round == 0 ? fs::remove_all(path) : (fs::rename(path, path + "2"), 0);
         EXPECT_EQ(index.SpellingsOf("a"), Names());
+    }
+}
+
+/// Leaves the process so many free descriptors while it lives.
+class FewDescriptors {
+public:
+    explicit FewDescriptors(rlim_t free) {
+        getrlimit(RLIMIT_NOFILE, &before_);
+        const int lowestFree = dup(STDOUT_FILENO);
+        close(lowestFree);
+        const rlimit few{static_cast<rlim_t>(lowestFree) + free, before_.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+    }
+    ~FewDescriptors() { setrlimit(RLIMIT_NOFILE, &before_); }
+    FewDescriptors(const FewDescriptors&) = delete;
+    FewDescriptors& operator=(const FewDescriptors&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+// Without a descriptor for notices, or with none left to read the names that they are about.
+TEST_P(FolderIndexBeside, ReadsAnewWhileDescriptorsAreShort) {
+    Fill(folder_ / "");
+    for (const rlim_t free : {0, 1, 2}) {
+        const std::string name = "Name" + std::to_string(free);
+        WriteFile(folder_ / name, "");
+        FolderIndex index(folder_ / "");
+        {
+            const FewDescriptors few(free);
+            EXPECT_EQ(index.SpellingsOf(name), free == 0 ? Names() : Names{name});
+        }
+        EXPECT_EQ(index.SpellingsOf(name), Names{name});
     }
 }
 

@@ -28,8 +28,9 @@ private:
     /// Whether the names are up to date with what the notices told.
     bool ReadNotices();
     void ReadFolder();
-    void ReadNames();
-    void AskForNotices();
+    /// The names stay what they were when the folder cannot be read.
+    bool ReadNames();
+    bool AskForNotices();
     void EndNotices();
 
     const std::string folder_;
