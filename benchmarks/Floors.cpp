@@ -4,9 +4,9 @@
 
 #include <TALVOkrstream/CompoundFile.h>
 #include <TALVOutl/LargePages.h>
+#include <TALVOutl/Paths.h>
 
 #include <array>
-#include <cstdlib>
 #include <memory>
 #include <stdexcept>
 
@@ -56,11 +56,8 @@ Sample KeepDirectoryOf(const std::string& path) {
 
 /// Opens a file as a block file is opened, and reads its first block.
 void OpenAsTheRulesSay(const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> canonical(realpath(path.c_str(), nullptr),
-                                                                std::free);
     struct stat status {};
-    Require(canonical != nullptr);
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = KrOpenCanonical(path.c_str(), O_RDONLY | O_CLOEXEC);
     alignas(kPage) Block block;
     Require(flock(descriptor, LOCK_SH | LOCK_NB) == 0 && fstat(descriptor, &status) == 0 &&
             pread(descriptor, block.data(), kBlock, 0) == static_cast<ssize_t>(kBlock));

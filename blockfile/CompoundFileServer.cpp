@@ -17,13 +17,11 @@ CompoundFileServer::~CompoundFileServer() {
     Finish();
 }
 
-KrStreamE::Status CompoundFileServer::Open(const char* path, std::string canonicalPath,
-                                           KrStreamE::OpenMode mode) {
+KrStreamE::Status CompoundFileServer::Open(std::unique_ptr<FileStore> file,
+                                           std::string canonicalPath, bool readOnly) {
     Reset();
-    readOnly_ = mode != KrStreamE::ReadWrite;
+    readOnly_ = readOnly;
     try {
-        std::unique_ptr<FileStore> file =
-            path == nullptr ? nullptr : FileStore::Open(path, readOnly_);
         if (file == nullptr) {
             return Fail(KrStreamE::Failed);
         }

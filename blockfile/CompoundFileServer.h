@@ -21,6 +21,7 @@
 #include <vector>
 
 class BlockHeads;
+class FileStore;
 class ServerRegistry;
 
 /// Thrown inside an operation of the engine to end it, and caught in that operation.
@@ -55,8 +56,8 @@ public:
     CompoundFileServer& operator=(const CompoundFileServer&) = delete;
 
     // Opening and closing. What an engine has open is dropped, not written, by a further Open.
-    /// `canonicalPath` is the same path in canonical form.
-    Status Open(const char* path, std::string canonicalPath, KrStreamE::OpenMode mode);
+    /// Null is a file that could not be had. `canonicalPath` is its path in canonical form.
+    Status Open(std::unique_ptr<FileStore> file, std::string canonicalPath, bool readOnly);
     /// Treats the stream as new and empty; refers to it weakly.
     Status Open(const std::shared_ptr<std::iostream>& stream);
     Status Open(const std::shared_ptr<std::iostream>& stream, bool callerKeepsStream);

@@ -12,8 +12,9 @@ class MD5;
 /// A directory block in memory: three entry records and, in the file's first block, the password's
 /// digest and the flags of the whole file.
 struct DirBlock {
-    BlockFormat::Header header;
+    // In an order that leaves no gaps.
     std::array<DirEntry, BlockFormat::kSlotsPerBlock> entries;
+    BlockFormat::Header header;
     std::array<unsigned char, BlockFormat::kReservedSize> reserved;
     std::array<unsigned char, BlockFormat::kDigestSize> passwordDigest;
     std::uint16_t flags;

@@ -3,10 +3,11 @@
 #include "blockfile/BlockFormat.h"
 #include "blockfile/ReadAtLeast.h"
 
+#include <TALVOutl/Paths.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
 #include <utility>
 
 #include <fcntl.h>
@@ -16,6 +17,8 @@
 
 namespace {
 
+/// Enough for reads here and there.
+constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
 /// Large enough that a sequential pass is bound by copying, not by calls, and small enough for a
 /// processor's cache.
 constexpr std::size_t kLargestRead = std::size_t{512} * 1024;
@@ -32,19 +35,39 @@ constexpr std::size_t kSmallGap = std::size_t{8} * 1024;
 /// one that leads to that.
 constexpr std::uint64_t kKeptBefore = 2 * kPage;
 
-/// Opens what exists first, so that reading asks for no right to write. A pipe or a device makes
-/// nobody wait, and no terminal becomes the program's own.
+/// The window for reads of `size` bytes. Who looks at no more than a file's first block takes
+/// memory of a size that an allocator has at hand.
+std::size_t WindowFor(std::size_t size) {
+    if (size <= BlockFormat::kBlockSize) {
+        return BlockFormat::kBlockSize;
+    }
+    return size <= kSmallWindow ? kSmallWindow : kLargestRead;
+}
+
+/// A pipe or a device makes nobody wait, and no terminal becomes the program's own.
+int FlagsFor(bool readOnly) {
+    return O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (readOnly ? O_RDONLY : O_RDWR);
+}
+
+/// Opens what exists first, so that reading asks for no right to write.
 int OpenOrCreate(const char* path, bool readOnly) {
-    const int mode = O_CLOEXEC | O_NOCTTY | O_NONBLOCK | (readOnly ? O_RDONLY : O_RDWR);
-    const int existing = open(path, mode);
+    const int flags = FlagsFor(readOnly);
+    const int existing = open(path, flags);
     return existing >= 0 || errno != ENOENT ? existing
-                                            : open(path, mode | O_CREAT, S_IRUSR | S_IWUSR);
+                                            : open(path, flags | O_CREAT, S_IRUSR | S_IWUSR);
 }
 
 } // namespace
 
 std::unique_ptr<FileStore> FileStore::Open(const char* path, bool readOnly) {
-    const int descriptor = OpenOrCreate(path, readOnly);
+    return path == nullptr ? nullptr : Lock(OpenOrCreate(path, readOnly), readOnly);
+}
+
+std::unique_ptr<FileStore> FileStore::OpenCanonical(const char* path, bool readOnly) {
+    return Lock(KrOpenCanonical(path, FlagsFor(readOnly)), readOnly);
+}
+
+std::unique_ptr<FileStore> FileStore::Lock(int descriptor, bool readOnly) {
     if (descriptor < 0) {
         return nullptr;
     }
@@ -70,7 +93,7 @@ std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::siz
     std::size_t done = 0;
     while (done < count && (Available(offset) > 0 || Load(offset, 1, count - done))) {
         const std::size_t piece = std::min(count - done, Available(offset));
-        std::memcpy(bytes + done, window_ + (offset - windowStart_), piece);
+        std::memcpy(bytes + done, At(offset), piece);
         done += piece;
         offset += piece;
     }
@@ -79,7 +102,7 @@ std::size_t FileStore::Read(std::uint64_t offset, unsigned char* bytes, std::siz
 
 ByteStore::Bytes FileStore::View(std::uint64_t offset, std::size_t needed, std::size_t wanted) {
     const bool isThere = Available(offset) >= needed || Load(offset, needed, wanted);
-    return isThere ? Bytes{window_ + (offset - windowStart_), Available(offset)} : Bytes();
+    return isThere ? Bytes{At(offset), Available(offset)} : Bytes();
 }
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
@@ -94,7 +117,7 @@ bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::siz
     pendingIsUpwards_ = GoesUpwards(offset);
     pendingHasGaps_ = pendingHasGaps_ || offset > windowStart_ + pendingEnd_;
     const auto at = static_cast<std::size_t>(offset - windowStart_);
-    std::memcpy(window_ + at, bytes, count);
+    std::memcpy(At(offset), bytes, count);
     windowLength_ = std::max(windowLength_, at + count);
     pendingBegin_ = std::min(pendingBegin_, at);
     pendingEnd_ = std::max(pendingEnd_, at + count);
@@ -115,8 +138,8 @@ bool FileStore::Flush() {
     // Forgotten at once: what could not be written is not tried again behind the engine's back.
     pendingBegin_ = pendingEnd_ = 0;
     while (at < end) {
-        const ssize_t written =
-            pwrite(descriptor_, window_ + at, end - at, static_cast<off_t>(windowStart_ + at));
+        const ssize_t written = pwrite(descriptor_, window_.get() + at, end - at,
+                                       static_cast<off_t>(windowStart_ + at));
         if (written < 0 && errno != EINTR) {
             windowLength_ = 0;
             DropPartOfBlock();
@@ -154,26 +177,28 @@ bool FileStore::Load(std::uint64_t offset, std::size_t needed, std::size_t wante
     const std::size_t grown = std::max(2 * readSize_, BlockFormat::kBlockSize);
     readSize_ = sequential ? std::min(std::max(grown, wanted), kLargestRead)
                            : std::max(needed, std::min(wanted, kLargestJump));
-    if (readSize_ > kSmallWindow && !Reserve(kLargestRead)) {
+    if (!Reserve(WindowFor(readSize_))) {
         return false;
     }
     windowStart_ = offset;
-    windowLength_ = ReadAtLeast(descriptor_, offset, window_, needed, readSize_);
+    windowLength_ = ReadAtLeast(descriptor_, offset, window_.get(), needed, readSize_);
     return windowLength_ > 0;
 }
 
-// Makes the window at least so large; false when there is no memory for it.
+// Makes the window at least so large; false when there is no memory for it. A large one is made of
+// whole pages, because copying from the system's pages to memory that begins elsewhere in a page
+// takes up to three times as long on some processors.
 bool FileStore::Reserve(std::size_t size) {
     if (windowSize_ >= size) {
         return true;
     }
-    std::unique_ptr<Page[]> larger(new (std::nothrow) Page[size / sizeof(Page)]);
+    Window larger(static_cast<unsigned char*>(size > kSmallWindow ? std::aligned_alloc(kPage, size)
+                                                                  : std::malloc(size)));
     if (larger == nullptr) {
         return false;
     }
-    std::memcpy(larger.get(), window_, windowLength_);
-    largeWindow_ = std::move(larger);
-    window_ = reinterpret_cast<unsigned char*>(largeWindow_.get());
+    std::copy_n(window_.get(), windowLength_, larger.get());
+    window_ = std::move(larger);
     windowSize_ = size;
     return true;
 }
@@ -188,7 +213,7 @@ bool FileStore::MoveWindow(std::uint64_t offset) {
         goesOn ? std::max(windowStart_, offset - std::min(offset, kKeptBefore)) : offset;
     windowLength_ = static_cast<std::size_t>(offset - start);
     if (goesOn) {
-        std::memmove(window_, window_ + (start - windowStart_), windowLength_);
+        std::memmove(window_.get(), At(start), windowLength_);
     }
     windowStart_ = start;
     return true;

@@ -2,7 +2,7 @@
 
 #include "blockfile/ByteStore.h"
 
-#include <array>
+#include <cstdlib>
 #include <memory>
 
 /// The bytes of an ordinary file, through one window over the descriptor: reads are served from it,
@@ -13,6 +13,10 @@ public:
     /// other programs: shared for reading, exclusively for reading and writing. Null when the file
     /// cannot be had, without waiting. What is no regular file is closed as it was opened, unread.
     static std::unique_ptr<FileStore> Open(const char* path, bool readOnly);
+
+    /// The same for a file that is there and whose path is in canonical form as it is written. Null
+    /// otherwise, and when the file cannot be had.
+    static std::unique_ptr<FileStore> OpenCanonical(const char* path, bool readOnly);
 
     ~FileStore() override;
 
@@ -26,18 +30,20 @@ public:
     bool Flush() override;
 
 private:
-    /// A window this large is enough for reads here and there.
-    static constexpr std::size_t kSmallWindow = std::size_t{8} * 1024;
-    /// A larger one is made of whole pages, because copying from the system's pages to memory that
-    /// begins elsewhere in a page takes up to three times as long on some processors.
-    struct alignas(4096) Page {
-        std::array<unsigned char, 4096> bytes;
+    struct Release {
+        void operator()(unsigned char* memory) const { std::free(memory); }
     };
+    using Window = std::unique_ptr<unsigned char, Release>;
 
+    /// What comes of a file that was opened, or not.
+    static std::unique_ptr<FileStore> Lock(int descriptor, bool readOnly);
     FileStore(int descriptor, std::uint64_t length);
 
     /// The window's bytes from `offset` to its end; 0 when `offset` lies outside.
     std::size_t Available(std::uint64_t offset) const;
+    unsigned char* At(std::uint64_t offset) const {
+        return window_.get() + (offset - windowStart_);
+    }
     bool Load(std::uint64_t offset, std::size_t needed, std::size_t wanted);
     bool Reserve(std::size_t size);
     bool MoveWindow(std::uint64_t offset);
@@ -52,11 +58,8 @@ private:
     const std::uint64_t length_;
     /// Where the file ends on disk.
     std::uint64_t writtenLength_;
-    std::array<unsigned char, kSmallWindow> smallWindow_;
-    std::unique_ptr<Page[]> largeWindow_;
-    /// One of these two.
-    unsigned char* window_ = smallWindow_.data();
-    std::size_t windowSize_ = kSmallWindow;
+    Window window_;
+    std::size_t windowSize_ = 0;
     std::uint64_t windowStart_ = 0;
     std::size_t windowLength_ = 0;
     /// How much the last miss read; doubles while reading is sequential.

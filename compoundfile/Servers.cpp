@@ -1,6 +1,7 @@
 #include "compoundfile/Servers.h"
 
 #include "blockfile/CompoundFileServer.h"
+#include "blockfile/FileStore.h"
 
 #include <TALVOutl/Paths.h>
 
@@ -13,14 +14,21 @@ std::shared_ptr<Servers> Servers::Get() {
     return servers;
 }
 
+// Most paths are canonical as they are written. For those the file is opened at once, which shows
+// it, and where an engine has the file already, closed again.
 CompoundFileServer* Servers::AcquireByPath(const char* path, KrStreamE::OpenMode mode) {
-    std::string canonicalPath = KrGetCanonicalPath(path);
+    const bool readOnly = mode != KrStreamE::ReadWrite;
+    std::unique_ptr<FileStore> file = FileStore::OpenCanonical(path, readOnly);
+    std::string canonicalPath = file != nullptr ? path : KrGetCanonicalPath(path);
     CompoundFileServer* const open = Find(canonicalPath);
     if (open != nullptr) {
         open->AddReference();
         return open;
     }
-    return Create(path, std::move(canonicalPath), mode);
+    if (file == nullptr) {
+        file = FileStore::Open(path, readOnly);
+    }
+    return Create(std::move(file), std::move(canonicalPath), readOnly);
 }
 
 CompoundFileServer* Servers::OpenStream(const std::shared_ptr<std::iostream>& stream) {

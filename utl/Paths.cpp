@@ -7,6 +7,12 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <string_view>
+
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace {
 
@@ -14,6 +20,19 @@ namespace fs = boost::filesystem;
 
 /// As many links as the system itself follows in one path.
 constexpr int kMaxLinks = 40;
+
+/// Whether each element of an absolute path is a name.
+bool HasPlainElements(std::string_view path) {
+    std::size_t end = 0;
+    for (std::size_t at = 0; at < path.size(); at = end) {
+        end = std::min(path.find('/', at + 1), path.size());
+        const std::string_view element = path.substr(at + 1, end - at - 1);
+        if (element.empty() || element == "." || element == "..") {
+            return false;
+        }
+    }
+    return true;
+}
 
 // Visits the elements one by one rather than asking for the canonical form of what exists: a link
 // whose target is still missing has to be followed too, or the path's form would change as soon as
@@ -65,6 +84,17 @@ std::string KrGetCanonicalPath(const char* path) {
     } catch (const fs::filesystem_error&) {
         return {};
     }
+}
+
+// The C library has no function for this call. A system that does not know it refuses it.
+int KrOpenCanonical(const char* path, int flags) {
+    if (path == nullptr || *path != '/' || !HasPlainElements(path)) {
+        return -1;
+    }
+    open_how how{};
+    how.flags = static_cast<unsigned>(flags);
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
 }
 
 bool KrFileExist(const char* path) {

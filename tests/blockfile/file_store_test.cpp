@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <new>
 #include <random>
 
 namespace {
@@ -14,18 +13,10 @@ bool isMemoryShort = false;
 
 } // namespace
 
-// The linker prefers these to the library's for all memory that is more than usually aligned, as a
-// window is.
-void* operator new[](std::size_t size, std::align_val_t alignment,
-                     const std::nothrow_t& /*unused*/) noexcept {
-    return isMemoryShort ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
-}
-void* operator new[](std::size_t size, std::align_val_t alignment) {
-    void* const memory = operator new[](size, alignment, std::nothrow);
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-void operator delete[](void* memory, std::align_val_t) noexcept {
-    std::free(memory);
+// The linker prefers this to the C library's, from which a large window has its memory.
+void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+    void* memory = nullptr;
+    return !isMemoryShort && posix_memalign(&memory, alignment, size) == 0 ? memory : nullptr;
 }
 
 namespace {

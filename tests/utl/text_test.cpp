@@ -16,6 +16,9 @@
 #include <optional>
 #include <tuple>
 
+#include <fcntl.h>
+#include <unistd.h>
+
 namespace fs = boost::filesystem;
 using namespace std::string_literals;
 
@@ -100,6 +103,7 @@ TEST(Paths, CanonicalFormsAndExistence) {
         {"dangling", "/later/file", false},   {"d/f/x", "/d/f/x", false}};
     for (const auto& [path, canonical, exists] : cases) {
         EXPECT_EQ(KrGetCanonicalPath((folder / path).c_str()), base + canonical) << path;
+        EXPECT_EQ(KrOpenCanonical((base + "/" + path).c_str(), O_RDONLY), -1) << path;
         EXPECT_EQ(KrFileExist((folder / path).c_str()), exists) << path;
     }
     for (const std::string& path : {folder / "loop/x", folder / std::string(300, 'n'), ""s}) {
@@ -110,10 +114,14 @@ TEST(Paths, CanonicalFormsAndExistence) {
     EXPECT_FALSE(KrFileExist(nullptr));
     EXPECT_EQ(KrGetCanonicalPath(("/" + base + "//d").c_str()), base + "/d");
     EXPECT_EQ(KrGetCanonicalPath("/../.."), "/");
+    EXPECT_EQ(KrOpenCanonical(nullptr, O_RDONLY), -1);
+    const int canonical = KrOpenCanonical((base + "/d/f").c_str(), O_RDONLY);
+    EXPECT_EQ(close(canonical), 0);
 
     const fs::path before = fs::current_path();
     fs::current_path(folder / "deep");
     EXPECT_EQ(KrGetCanonicalPath("../f"), base + "/d/f");
+    EXPECT_EQ(KrOpenCanonical("../f", O_RDONLY), -1);
     fs::remove(folder / "d/e");
     EXPECT_EQ(KrGetCanonicalPath("f"), "");
     EXPECT_EQ(KrGetCanonicalPath((folder / "d/f").c_str()), base + "/d/f");
