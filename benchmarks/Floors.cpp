@@ -4,11 +4,16 @@
 
 #include <TALVOkrstream/CompoundFile.h>
 #include <TALVOutl/LargePages.h>
+#include <TALVOutl/MD5.h>
 #include <TALVOutl/Paths.h>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
+#include <istream>
 #include <memory>
 #include <stdexcept>
+#include <streambuf>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -127,6 +132,58 @@ private:
     Table<DirEntry> records_;
 };
 
+/// A directory block and its three entries.
+using Page = std::array<char, (1 + kEntriesPerDirectoryBlock) * kBlock>;
+
+/// A stream whose bytes come to stand where they are handed over from.
+class PlacedStream : private std::streambuf, public std::iostream {
+public:
+    PlacedStream(char* begin, std::size_t size) : std::iostream(this) { setp(begin, begin + size); }
+};
+
+void WriteAsStream(std::size_t stream, Page& page) {
+    char* const block = page.data() + (1 + stream % kEntriesPerDirectoryBlock) * kBlock;
+    const std::unique_ptr<std::iostream> out = std::make_unique<PlacedStream>(
+        block + BlockFormat::kPayloadOffset, BlockFormat::kPayloadSize);
+    Require(out->write(StreamBytes(stream, 0), kSmallStream).flush().good());
+}
+
+DirEntry RecordOf(std::size_t stream) {
+    static constexpr char kTime[] = "Thu Jan  1 00:00:00 1970\n";
+    DirEntry record{};
+    record.size = kSmallStream;
+    record.firstBlock = static_cast<BlockFormat::BlockNumber>(OffsetOfEntry(stream) / kBlock + 1);
+    StreamName(stream).copy(record.name, DirEntry::kMaxNameLength);
+    std::memcpy(record.created, kTime, sizeof kTime);
+    std::memcpy(record.modified, kTime, sizeof kTime);
+    return record;
+}
+
+/// Each call hands over what a stream has made, from its record on, as all of it lies in one page.
+/// The first of three brings the directory block along, to which the one before is then linked.
+void HandOver(std::size_t stream, const Page& page, const PlainFile& file) {
+    const std::size_t slot = stream % kEntriesPerDirectoryBlock;
+    const std::uint64_t at = stream / kEntriesPerDirectoryBlock * page.size();
+    const std::size_t begin = slot == 0 ? 0 : BlockFormat::kDirLayout2.SlotOffset(slot);
+    file.WriteAt(at + begin, page.data() + begin, (slot + 2) * kBlock - begin);
+    if (slot == 0 && at > 0) {
+        file.WriteAt(at - page.size(), page.data(), BlockFormat::kHeaderSize);
+    }
+}
+
+/// What a record has that enters the directory's digest, in one piece.
+void AddTo(MD5& digest, const DirEntry& record) {
+    std::array<char, sizeof(DirEntry)> bytes;
+    char* end = bytes.data();
+    for (const char* const text : {record.name, record.created, record.modified}) {
+        end = std::copy_n(text, std::strlen(text), end);
+    }
+    end = std::copy_n(reinterpret_cast<const char*>(&record.firstBlock), sizeof record.firstBlock,
+                      end);
+    end = std::copy_n(reinterpret_cast<const char*>(&record.size), sizeof record.size, end);
+    digest.Update(bytes.data(), static_cast<std::size_t>(end - bytes.data()));
+}
+
 /// Runs `work` on the block of each entry of a file, in random order.
 template <typename Work>
 Sample OnEachBlock(const EntryWorks& works, Work work) {
@@ -143,22 +200,22 @@ Sample OnEachBlock(const EntryWorks& works, Work work) {
 
 } // namespace
 
-// A directory block, then its three entries; each write hands over what its stream has made, in one
-// call from its record on, as all of it lies in one page. The first of the three brings the
-// directory block along, to which the one before is then linked.
 Sample Floors::WriteSmall(const Job& job) {
-    alignas(kPage) const std::array<char, 4 * kBlock> page{};
     return Measure([&] {
         PlainFile file(job.path, PlainFile::Mode::Create);
+        alignas(kPage) Page page{};
+        std::vector<DirEntry, LargePageAllocator<DirEntry>> records;
+        records.reserve(job.sizes.smallStreams);
         for (std::size_t stream = 0; stream < job.sizes.smallStreams; ++stream) {
-            const std::size_t slot = stream % kEntriesPerDirectoryBlock;
-            const std::uint64_t at = stream / kEntriesPerDirectoryBlock * page.size();
-            const std::size_t begin = slot == 0 ? 0 : BlockFormat::kDirLayout2.SlotOffset(slot);
-            file.WriteAt(at + begin, page.data() + begin, (slot + 2) * kBlock - begin);
-            if (slot == 0 && at > 0) {
-                file.WriteAt(at - page.size(), page.data(), BlockFormat::kHeaderSize);
-            }
+            WriteAsStream(stream, page);
+            records.push_back(RecordOf(stream));
+            HandOver(stream, page, file);
         }
+        MD5 digest;
+        for (const DirEntry& record : records) {
+            AddTo(digest, record);
+        }
+        Require(!digest.GetDigest().empty());
     });
 }
 

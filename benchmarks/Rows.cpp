@@ -27,7 +27,8 @@ std::vector<Row> MakeRows() {
         {"W4", "create the small streams, close", "one write() for each", 2.9, Place::Disk,
          Dataset::None, Stores::All, Works::CreateSmall, Counterparts::WriteSmall, false,
          Floors::WriteSmall,
-         "the writes alone that hand each stream and its directory block over when it closes"},
+         "the writes that hand each stream and its record over when it closes, a standard stream "
+         "for each, the records in memory, and their digest"},
         {"W5", "open, list, read the small streams in random order", "one pread() for each", 3.5,
          Place::Disk, Dataset::Small, Stores::All, Works::ReadSmall, Counterparts::ReadSmall},
         {"W6", "open the medium streams' store, replace one, close", "one read of the whole file",

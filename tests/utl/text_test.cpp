@@ -103,7 +103,7 @@ TEST(Paths, CanonicalFormsAndExistence) {
         {"dangling", "/later/file", false},   {"d/f/x", "/d/f/x", false}};
     for (const auto& [path, canonical, exists] : cases) {
         EXPECT_EQ(KrGetCanonicalPath((folder / path).c_str()), base + canonical) << path;
-        EXPECT_EQ(KrOpenCanonical((base + "/" + path).c_str(), O_RDONLY), -1) << path;
+        EXPECT_EQ(KrOpenCanonical((fs::path(base) / path).c_str(), O_RDONLY), -1) << path;
         EXPECT_EQ(KrFileExist((folder / path).c_str()), exists) << path;
     }
     for (const std::string& path : {folder / "loop/x", folder / std::string(300, 'n'), ""s}) {
