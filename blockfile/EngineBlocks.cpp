@@ -211,12 +211,15 @@ KrStreamE::Status CompoundFileServer::RestoreLostEnd() {
     });
 }
 
+// Both lists are short, and their order means nothing.
 void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
-    if (unwritten_.empty()) {
-        return;
+    for (std::vector<BlockNumber>* const numbers : {&unwritten_, &stale_}) {
+        const auto found = std::find(numbers->begin(), numbers->end(), number);
+        if (found != numbers->end()) {
+            *found = numbers->back();
+            numbers->pop_back();
+        }
     }
-    unwritten_.erase(std::remove(unwritten_.begin(), unwritten_.end(), number), unwritten_.end());
-    stale_.erase(std::remove(stale_.begin(), stale_.end(), number), stale_.end());
 }
 
 CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {

@@ -106,16 +106,9 @@ ByteStore::Bytes FileStore::View(std::uint64_t offset, std::size_t needed, std::
 }
 
 bool FileStore::Write(std::uint64_t offset, const unsigned char* bytes, std::size_t count) {
-    if (!JoinsPending(offset, count) || !FitsWindow(offset, count)) {
-        if (!Flush() || (!FitsWindow(offset, count) && !MoveWindow(offset))) {
-            return false;
-        }
-        pendingBegin_ = pendingEnd_ = static_cast<std::size_t>(offset - windowStart_);
-        pendingIsUpwards_ = true;
-        pendingHasGaps_ = false;
+    if (!GoesOn(offset, count) && !MakeRoom(offset, count)) {
+        return false;
     }
-    pendingIsUpwards_ = GoesUpwards(offset);
-    pendingHasGaps_ = pendingHasGaps_ || offset > windowStart_ + pendingEnd_;
     const auto at = static_cast<std::size_t>(offset - windowStart_);
     std::memcpy(At(offset), bytes, count);
     windowLength_ = std::max(windowLength_, at + count);
@@ -203,7 +196,29 @@ bool FileStore::Reserve(std::size_t size) {
     return true;
 }
 
-// Makes room for a write. What lies shortly before it is kept: it is often written next.
+// Whether bytes are the next of a run that is written upwards, as most are, and fit the window.
+bool FileStore::GoesOn(std::uint64_t offset, std::size_t count) const {
+    return offset == windowStart_ + pendingEnd_ && pendingBegin_ < pendingEnd_ &&
+           pendingIsUpwards_ && pendingEnd_ - pendingBegin_ + count <= kLargestWrite &&
+           pendingEnd_ + count <= windowSize_;
+}
+
+// Makes the window such that bytes can be written into it, with those that are pending or alone.
+bool FileStore::MakeRoom(std::uint64_t offset, std::size_t count) {
+    if (!JoinsPending(offset, count) || !FitsWindow(offset, count)) {
+        if (!Flush() || (!FitsWindow(offset, count) && !MoveWindow(offset))) {
+            return false;
+        }
+        pendingBegin_ = pendingEnd_ = static_cast<std::size_t>(offset - windowStart_);
+        pendingIsUpwards_ = true;
+        pendingHasGaps_ = false;
+    }
+    pendingIsUpwards_ = GoesUpwards(offset);
+    pendingHasGaps_ = pendingHasGaps_ || offset > windowStart_ + pendingEnd_;
+    return true;
+}
+
+// Moves the window to a write. What lies shortly before it is kept: it is often written next.
 bool FileStore::MoveWindow(std::uint64_t offset) {
     if (!Reserve(kLargestWrite)) {
         return false;

@@ -46,6 +46,8 @@ private:
     }
     bool Load(std::uint64_t offset, std::size_t needed, std::size_t wanted);
     bool Reserve(std::size_t size);
+    bool GoesOn(std::uint64_t offset, std::size_t count) const;
+    bool MakeRoom(std::uint64_t offset, std::size_t count);
     bool MoveWindow(std::uint64_t offset);
     void DropPartOfBlock() const;
     bool GoesUpwards(std::uint64_t offset) const;

@@ -133,7 +133,7 @@ std::size_t KrIOStreamDevice::Data::Write(const char* bytes, std::size_t count) 
         Require(GoToBlockOrAppend(BlockOfPosition()), kWriteError);
         const std::size_t offset = OffsetInBlock();
         // Bytes that the chain does not hold cannot be skipped over.
-        Require(NextOfCurrent() != kNoBlock || offset <= current_->Used(), kWriteError);
+        Require(offset <= current_->Used() || NextOfCurrent() != kNoBlock, kWriteError);
         const std::size_t piece = std::min(count - done, kPayloadSize - offset);
         std::memcpy(current_->Payload() + offset, bytes + done, piece);
         dirty_ = true;

@@ -32,7 +32,7 @@ UsageTable::UsageTable(const std::vector<unsigned char>& flags) : UsageTable() {
     }
 }
 
-void UsageTable::Set(BlockNumber number, bool inUse) {
+void UsageTable::Change(BlockNumber number, bool inUse) {
     ExtendTo(number);
     if (IsUsed(number) != inUse) {
         flags_[number] = inUse ? 1 : 0;
@@ -52,10 +52,6 @@ BlockNumber UsageTable::Allocate() {
     }
     Set(number, true);
     return number;
-}
-
-bool UsageTable::IsUsed(BlockNumber number) const {
-    return number <= highest_ && flags_[number] != 0;
 }
 
 BlockNumber UsageTable::CountUsed() const {

@@ -18,14 +18,18 @@ public:
     explicit UsageTable(const std::vector<unsigned char>& flags);
 
     /// Records whether a block is in use; the table grows as needed.
-    void Set(BlockNumber number, bool inUse);
+    void Set(BlockNumber number, bool inUse) {
+        if (!inUse || !IsUsed(number)) {
+            Change(number, inUse);
+        }
+    }
 
     /// Takes a free block and marks it in use; kNoBlock when the numbers have run out.
     BlockNumber Allocate();
     /// Numbers end here, sooner than the format's do.
     void Limit(BlockNumber last) { last_ = last; }
 
-    bool IsUsed(BlockNumber number) const;
+    bool IsUsed(BlockNumber number) const { return number <= highest_ && flags_[number] != 0; }
     /// The highest block number the table knows.
     BlockNumber Highest() const { return highest_; }
     /// The highest index that the table has room for.
@@ -35,6 +39,7 @@ public:
     const unsigned char* Flags() const { return flags_.data(); }
 
 private:
+    void Change(BlockNumber number, bool inUse);
     void ExtendTo(BlockNumber number);
     BlockNumber FirstFreeFrom(BlockNumber number) const;
 
