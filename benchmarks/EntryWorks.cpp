@@ -38,16 +38,6 @@ void WriteEntry(CompoundFile& file, const std::string& name) {
             "write");
 }
 
-/// In random order. The names lie in memory as they are asked for: waiting for them is not the
-/// library's time.
-std::vector<std::string> ShuffledNames(std::size_t entries) {
-    std::vector<std::string> names;
-    for (const std::size_t entry : Shuffled(entries)) {
-        names.push_back(StreamName(entry));
-    }
-    return names;
-}
-
 /// Measures `work` on every entry of a file that is there and open.
 template <typename Work>
 Sample OnEachEntry(const EntryWorks& works, Work work) {

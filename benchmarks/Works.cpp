@@ -45,6 +45,14 @@ std::vector<std::size_t> Shuffled(std::size_t count) {
     return order;
 }
 
+std::vector<std::string> ShuffledNames(std::size_t count) {
+    std::vector<std::string> names;
+    for (const std::size_t stream : Shuffled(count)) {
+        names.push_back(StreamName(stream));
+    }
+    return names;
+}
+
 Sample Works::CreateLarge(const Job& job, const Contender& contender) {
     return Measure([&] {
         const auto store = contender.make();
@@ -95,17 +103,18 @@ Sample Works::CreateSmall(const Job& job, const Contender& contender) {
 }
 
 Sample Works::ReadSmall(const Job& job, const Contender& contender) {
-    const auto order = Shuffled(job.sizes.smallStreams);
+    const auto names = ShuffledNames(job.sizes.smallStreams);
     return Measure([&] {
         const auto store = contender.make();
         store->Open(job.path, Store::Mode::Read);
         std::size_t listed = 0;
         store->List([&](const char*) { ++listed; });
-        if (listed < order.size()) {
+        if (listed < names.size()) {
             throw std::runtime_error("not every stream was listed");
         }
-        for (const std::size_t stream : order) {
-            ReadStream(*store, stream, kSmallStream);
+        alignas(kPage) char bytes[kSmallStream];
+        for (const std::string& name : names) {
+            store->Find(name)->Read(bytes, sizeof bytes);
         }
         store->Close();
     });

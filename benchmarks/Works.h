@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <vector>
 
 /// The work of each row, as any store does it.
@@ -96,3 +97,6 @@ Sample OnFewEntries(const Job& job) {
 std::vector<std::uint64_t> RandomOffsets(const Sizes& sizes);
 /// The numbers 0 to `count` - 1 in an order that is random, but the same in every run.
 std::vector<std::size_t> Shuffled(std::size_t count);
+/// The names of as many streams in that order. They lie in memory as they are asked for: waiting
+/// for them is not a store's time.
+std::vector<std::string> ShuffledNames(std::size_t count);
