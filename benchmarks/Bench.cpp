@@ -19,7 +19,7 @@ namespace {
 namespace fs = boost::filesystem;
 
 fs::path MakeFolder(const std::string& parent) {
-    fs::path folder = fs::path(parent) / fs::unique_path("krstream-bench-%%%%%%%%");
+    fs::path folder = fs::canonical(parent) / fs::unique_path("krstream-bench-%%%%%%%%");
     fs::create_directory(folder);
     return folder;
 }

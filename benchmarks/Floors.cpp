@@ -59,10 +59,17 @@ Sample KeepDirectoryOf(const std::string& path) {
     });
 }
 
+/// A descriptor of a file whose canonical path is known with it.
+int OpenKnowingPath(const char* path) {
+    const int descriptor = KrOpenCanonical(path, O_RDONLY | O_CLOEXEC);
+    return descriptor >= 0 || KrGetCanonicalPath(path).empty() ? descriptor
+                                                               : open(path, O_RDONLY | O_CLOEXEC);
+}
+
 /// Opens a file as a block file is opened, and reads its first block.
 void OpenAsTheRulesSay(const std::string& path) {
     struct stat status {};
-    const int descriptor = KrOpenCanonical(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = OpenKnowingPath(path.c_str());
     alignas(kPage) Block block;
     Require(flock(descriptor, LOCK_SH | LOCK_NB) == 0 && fstat(descriptor, &status) == 0 &&
             pread(descriptor, block.data(), kBlock, 0) == static_cast<ssize_t>(kBlock));

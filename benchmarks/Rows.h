@@ -34,7 +34,8 @@ struct Row {
     Sample (*counterpartMeasure)(const Job& job);
     bool counterpartNeedsStore = false;
     /// The least that the file's format and the rules about it leave to do, by bare system calls on
-    /// this library's store; none where the counterpart says it.
+    /// this library's store and what else they cannot do without; none where the counterpart says
+    /// it.
     Sample (*floor)(const Job& job) = nullptr;
     std::string floorText = {};
     /// What the floor is compared with, where it is not the counterpart.

@@ -12,7 +12,7 @@ class MD5;
 /// A directory block in memory: three entry records and, in the file's first block, the password's
 /// digest and the flags of the whole file.
 struct DirBlock {
-    // In an order that leaves no gaps.
+    // In the order that takes the least memory.
     std::array<DirEntry, BlockFormat::kSlotsPerBlock> entries;
     BlockFormat::Header header;
     std::array<unsigned char, BlockFormat::kReservedSize> reserved;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include <fcntl.h>
@@ -77,8 +78,12 @@ std::unique_ptr<FileStore> FileStore::Lock(int descriptor, bool readOnly) {
         close(descriptor);
         return nullptr;
     }
-    return std::unique_ptr<FileStore>(
-        new FileStore(descriptor, static_cast<std::uint64_t>(status.st_size)));
+    auto* const store =
+        new (std::nothrow) FileStore(descriptor, static_cast<std::uint64_t>(status.st_size));
+    if (store == nullptr) {
+        close(descriptor);
+    }
+    return std::unique_ptr<FileStore>(store);
 }
 
 FileStore::FileStore(int descriptor, std::uint64_t length)
@@ -205,6 +210,9 @@ bool FileStore::GoesOn(std::uint64_t offset, std::size_t count) const {
 
 // Makes the window such that bytes can be written into it, with those that are pending or alone.
 bool FileStore::MakeRoom(std::uint64_t offset, std::size_t count) {
+    if (!Reserve(kSmallWindow)) {
+        return false;
+    }
     if (!JoinsPending(offset, count) || !FitsWindow(offset, count)) {
         if (!Flush() || (!FitsWindow(offset, count) && !MoveWindow(offset))) {
             return false;

@@ -14,8 +14,8 @@ public:
     /// cannot be had, without waiting. What is no regular file is closed as it was opened, unread.
     static std::unique_ptr<FileStore> Open(const char* path, bool readOnly);
 
-    /// The same for a file that is there and whose path is in canonical form as it is written. Null
-    /// otherwise, and when the file cannot be had.
+    /// The same for a file that is there and whose path is in canonical form as it is written.
+    /// After null, Open may still have the file.
     static std::unique_ptr<FileStore> OpenCanonical(const char* path, bool readOnly);
 
     ~FileStore() override;

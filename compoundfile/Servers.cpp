@@ -14,11 +14,12 @@ std::shared_ptr<Servers> Servers::Get() {
     return servers;
 }
 
-// Most paths are canonical as they are written. For those the file is opened at once, which shows
-// it, and where an engine has the file already, closed again.
+// Most paths are canonical as they are written, which opening the file shows. Not where an engine
+// has the file: to open it once more would take its lock, and closing it then the caller's own.
 CompoundFileServer* Servers::AcquireByPath(const char* path, KrStreamE::OpenMode mode) {
     const bool readOnly = mode != KrStreamE::ReadWrite;
-    std::unique_ptr<FileStore> file = FileStore::OpenCanonical(path, readOnly);
+    const bool isKnown = path != nullptr && Find(path) != nullptr;
+    std::unique_ptr<FileStore> file = isKnown ? nullptr : FileStore::OpenCanonical(path, readOnly);
     std::string canonicalPath = file != nullptr ? path : KrGetCanonicalPath(path);
     CompoundFileServer* const open = Find(canonicalPath);
     if (open != nullptr) {

@@ -86,13 +86,13 @@ std::string KrGetCanonicalPath(const char* path) {
     }
 }
 
-// The C library has no function for this call. A system that does not know it refuses it.
+// Not every C library has a function for this call. A system that does not know it refuses it.
 int KrOpenCanonical(const char* path, int flags) {
     if (path == nullptr || *path != '/' || !HasPlainElements(path)) {
         return -1;
     }
     open_how how{};
-    how.flags = static_cast<unsigned>(flags);
+    how.flags = static_cast<unsigned>(flags | O_LARGEFILE);
     how.resolve = RESOLVE_NO_SYMLINKS;
     return static_cast<int>(syscall(SYS_openat2, AT_FDCWD, path, &how, sizeof how));
 }

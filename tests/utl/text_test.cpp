@@ -9,6 +9,7 @@
 #include <boost/locale/generator.hpp>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <ctime>
@@ -97,13 +98,22 @@ TEST(Paths, CanonicalFormsAndExistence) {
     fs::create_symlink("later/file", folder / "dangling");
     fs::create_symlink("loop", folder / "loop");
     const std::tuple<std::string, std::string, bool> cases[] = {
-        {"d/.././/link/./e/", "/d/e", true},  {"absolute/f", "/d/f", true},
-        {"deep/../f", "/d/f", true},          {"d/none/../f", "/d/f", false},
-        {"link/none/x/", "/d/none/x", false}, {"none/../link", "/d", false},
-        {"dangling", "/later/file", false},   {"d/f/x", "/d/f/x", false}};
+        {"d/./f", "/d/f", true},
+        {"d//f", "/d/f", true},
+        {"d/../d/f", "/d/f", true},
+        {"d/e/", "/d/e", true},
+        {"d/.././/link/./e/", "/d/e", true},
+        {"absolute/f", "/d/f", true},
+        {"deep/../f", "/d/f", true},
+        {"d/none/../f", "/d/f", false},
+        {"link/none/x/", "/d/none/x", false},
+        {"none/../link", "/d", false},
+        {"dangling", "/later/file", false},
+        {"d/f/x", "/d/f/x", false}};
     for (const auto& [path, canonical, exists] : cases) {
         EXPECT_EQ(KrGetCanonicalPath((folder / path).c_str()), base + canonical) << path;
-        EXPECT_EQ(KrOpenCanonical((fs::path(base) / path).c_str(), O_RDONLY), -1) << path;
+        EXPECT_EQ(KrOpenCanonical(std::string(base).append("/").append(path).c_str(), O_RDONLY), -1)
+            << path;
         EXPECT_EQ(KrFileExist((folder / path).c_str()), exists) << path;
     }
     for (const std::string& path : {folder / "loop/x", folder / std::string(300, 'n'), ""s}) {
@@ -116,7 +126,8 @@ TEST(Paths, CanonicalFormsAndExistence) {
     EXPECT_EQ(KrGetCanonicalPath("/../.."), "/");
     EXPECT_EQ(KrOpenCanonical(nullptr, O_RDONLY), -1);
     const int canonical = KrOpenCanonical((base + "/d/f").c_str(), O_RDONLY);
-    EXPECT_EQ(close(canonical), 0);
+    EXPECT_TRUE(canonical >= 0 || errno == ENOSYS || errno == EPERM);
+    close(canonical);
 
     const fs::path before = fs::current_path();
     fs::current_path(folder / "deep");
