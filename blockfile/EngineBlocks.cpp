@@ -211,8 +211,11 @@ KrStreamE::Status CompoundFileServer::RestoreLostEnd() {
     });
 }
 
-// Both lists are short, and their order means nothing.
+// What is stale is not written either. The lists are short, and their order means nothing.
 void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
+    if (unwritten_.empty()) {
+        return;
+    }
     for (std::vector<BlockNumber>* const numbers : {&unwritten_, &stale_}) {
         const auto found = std::find(numbers->begin(), numbers->end(), number);
         if (found != numbers->end()) {

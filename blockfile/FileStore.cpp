@@ -201,11 +201,13 @@ bool FileStore::Reserve(std::size_t size) {
     return true;
 }
 
-// Whether bytes are the next of a run that is written upwards, as most are, and fit the window.
+// Whether bytes go on from a run that is written upwards, or into it, as most do. Nothing changes
+// then but the run's end.
 bool FileStore::GoesOn(std::uint64_t offset, std::size_t count) const {
-    return offset == windowStart_ + pendingEnd_ && pendingBegin_ < pendingEnd_ &&
-           pendingIsUpwards_ && pendingEnd_ - pendingBegin_ + count <= kLargestWrite &&
-           pendingEnd_ + count <= windowSize_;
+    const std::uint64_t begin = windowStart_ + pendingBegin_;
+    const std::uint64_t end = windowStart_ + pendingEnd_;
+    return begin < end && pendingIsUpwards_ && (offset == end || RewritesPending(offset)) &&
+           offset + count - begin <= kLargestWrite && offset + count <= windowStart_ + windowSize_;
 }
 
 // Makes the window such that bytes can be written into it, with those that are pending or alone.
