@@ -140,7 +140,9 @@ KrStreamE::Status CompoundFileServer::ChangePayloads(Change change) {
     }
     Guard([&] {
         for (auto slot = directory_.NextInUse(0); slot; slot = directory_.NextInUse(*slot + 1)) {
-            for (const BlockNumber number : CollectChain(directory_.Entry(*slot).firstBlock)) {
+            const Chain chain = CollectChain(directory_.Entry(*slot).firstBlock);
+            for (std::size_t i = 0; i < chain.Size(); ++i) {
+                const BlockNumber number = chain[i];
                 if (IsUnwritten(number)) {
                     continue;
                 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "blockfile/BlockFile.h"
+#include "blockfile/Chain.h"
 #include "blockfile/ChainAudit.h"
 #include "blockfile/DataBlock.h"
 #include "blockfile/Directory.h"
@@ -38,9 +39,6 @@ class CompoundFileServer {
 public:
     using Status = KrStreamE::Status;
     using BlockNumber = BlockFormat::BlockNumber;
-    /// Numbers of a chain's blocks, from its first on; those of a small entry take no memory of
-    /// their own.
-    using Chain = boost::container::small_vector<BlockNumber, 4>;
 
     /// An entry as streams hold it: its slot, and which use of the slot is meant.
     struct EntryRef {
@@ -214,7 +212,7 @@ private:
     /// Those of them at whose place stand the bytes of an entry that is gone.
     std::vector<BlockNumber> stale_;
     /// Blocks that were freed and whose marks on disk may still say that they are in use.
-    Chain unmarked_;
+    boost::container::small_vector<BlockNumber, 4> unmarked_;
     bool readOnly_ = false;
     Directory directory_;
     bool directoryDirty_ = false;

@@ -35,7 +35,7 @@ std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std
             const std::size_t piece = std::min(count - done, held - std::min(held, offset));
             std::memcpy(bytes + done, block + kPayloadOffset + offset, piece);
             done += piece;
-            if (!isLast && offset + piece == kPayloadSize && index + 1 == chain.size()) {
+            if (!isLast && offset + piece == kPayloadSize && index + 1 == chain.Size()) {
                 AppendLink(chain, next);
             }
         }
@@ -46,16 +46,12 @@ std::size_t CompoundFileServer::ReadPayload(Chain& chain, std::size_t index, std
 KrStreamE::Status CompoundFileServer::ExtendChain(Chain& chain, std::size_t count,
                                                   const DataBlock* last) {
     return Guard([&] {
-        if (chain.size() >= count) {
+        if (chain.Size() >= count) {
             return;
         }
-        if (count > 2 * chain.size()) {
-            chain.reserve(
-                static_cast<std::size_t>(std::min<std::uint64_t>(count, file_.BlockCount())));
-        }
         BlockHeads heads(file_);
-        while (chain.size() < count) {
-            const BlockNumber next = last != nullptr ? last->Next() : ReadLink(heads, chain.back());
+        while (chain.Size() < count) {
+            const BlockNumber next = last != nullptr ? last->Next() : ReadLink(heads, chain.Last());
             if (next == kNoBlock || IsUnwritten(next)) {
                 return;
             }
@@ -113,10 +109,10 @@ inline BlockNumber CompoundFileServer::ReadLink(BlockHeads& heads, BlockNumber n
 
 // A chain longer than the file has blocks runs in a circle.
 inline void CompoundFileServer::AppendLink(Chain& chain, BlockNumber next) const {
-    if (chain.size() >= std::max<std::uint64_t>(file_.BlockCount(), usage_.Highest())) {
+    if (chain.Size() >= std::max<std::uint64_t>(file_.BlockCount(), usage_.Highest())) {
         throw CompoundFileServerError{KrStreamE::Failed};
     }
-    chain.push_back(next);
+    chain.Append(next);
 }
 
 void CompoundFileServer::FetchBlock(BlockNumber number, DataBlock& block, std::size_t wanted) {
@@ -225,7 +221,7 @@ void CompoundFileServer::ForgetUnwritten(BlockNumber number) {
     }
 }
 
-CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {
+Chain CompoundFileServer::CollectChain(BlockNumber first) {
     Chain chain;
     BlockHeads heads(file_);
     BlockNumber number = first;
@@ -239,7 +235,8 @@ CompoundFileServer::Chain CompoundFileServer::CollectChain(BlockNumber first) {
 void CompoundFileServer::FreeChain(BlockNumber first) {
     // The whole chain is looked at before its first block is touched.
     const Chain chain = CollectChain(first);
-    for (const BlockNumber number : chain) {
+    for (std::size_t i = 0; i < chain.Size(); ++i) {
+        const BlockNumber number = chain[i];
         // What follows may be another entry's. It stays as it is, wasted at worst.
         if (audit_.contested.count(number) != 0) {
             return;

@@ -70,13 +70,13 @@ void CompoundFileServer::WriteFreeList() {
     }
     Chain chain;
     do {
-        chain.push_back(TakeBlock());
-    } while (chain.size() * kPayloadSize <= FreeListRecordedSize(usage_.Highest()));
+        chain.Append(TakeBlock());
+    } while (chain.Size() * kPayloadSize <= FreeListRecordedSize(usage_.Highest()));
     if (isNew) {
-        directory_.Occupy(*slot, CompoundFile::kFreeListEntryName, TimeText(), chain.front());
+        directory_.Occupy(*slot, CompoundFile::kFreeListEntryName, TimeText(), chain.First());
     }
     DirEntry& entry = directory_.Entry(*slot);
-    entry.firstBlock = chain.front();
+    entry.firstBlock = chain.First();
     entry.size = FreeListRecordedSize(usage_.Highest());
     directory_.MarkEntryChanged(*slot);
     WriteFreeListBlocks(chain, PackContent(directory_.Digest(), usage_));
@@ -86,11 +86,11 @@ void CompoundFileServer::WriteFreeList() {
 
 void CompoundFileServer::WriteFreeListBlocks(const Chain& chain, const Content& content) {
     std::size_t done = 0;
-    for (std::size_t i = 0; i < chain.size(); ++i) {
+    for (std::size_t i = 0; i < chain.Size(); ++i) {
         const std::size_t piece = std::min(kPayloadSize, content.size() - done);
         DataBlock block;
         block.Reset(chain[i]);
-        block.SetNext(i + 1 < chain.size() ? chain[i + 1] : kNoBlock);
+        block.SetNext(i + 1 < chain.Size() ? chain[i + 1] : kNoBlock);
         block.SetUsed(piece);
         std::copy_n(content.data() + done, piece, block.Payload());
         block.ClearUnused();

@@ -67,7 +67,7 @@ private:
     std::size_t blockIndex_ = 0;
     std::uint64_t position_ = 0;
     /// The chain's blocks visited so far, from its beginning.
-    CompoundFileServer::Chain chain_;
+    Chain chain_;
     /// The current block holds changes that are not written yet.
     bool dirty_ = false;
     bool written_ = false;
@@ -77,7 +77,7 @@ KrIOStreamDevice::Data::Data(CompoundFileServer& engine, const CompoundFileServe
                              std::unique_ptr<DataBlock> first)
     : engine_(engine), entry_(entry), current_(first != nullptr ? std::move(first) : ReadFirst()) {
     if (current_ != nullptr) {
-        chain_.push_back(Entry().firstBlock);
+        chain_.Append(Entry().firstBlock);
     }
     engine_.AddReference();
 }
@@ -114,7 +114,7 @@ std::streamsize KrIOStreamDevice::Data::Read(char* bytes, std::size_t count) {
     position_ += done;
     // A chain that ends in a full block was made by another writer; it gets the empty block that
     // belongs there.
-    if (position_ == size && EndsInFullBlock() && engine_.MayWrite(chain_.back())) {
+    if (position_ == size && EndsInFullBlock() && engine_.MayWrite(chain_.Last())) {
         Require(AppendBlock(), kReadError);
     }
     return static_cast<std::streamsize>(done);
@@ -212,7 +212,7 @@ std::size_t KrIOStreamDevice::Data::HeldByCurrent() const {
 // block is then that one.
 bool KrIOStreamDevice::Data::EndsInFullBlock() {
     const std::size_t index = BlockOfPosition();
-    return OffsetInBlock() == 0 && index > 0 && index == chain_.size() && GoToBlock(index - 1) &&
+    return OffsetInBlock() == 0 && index > 0 && index == chain_.Size() && GoToBlock(index - 1) &&
            current_->Next() == kNoBlock && current_->Used() == kPayloadSize;
 }
 
@@ -232,9 +232,9 @@ bool KrIOStreamDevice::Data::GoToBlock(std::size_t index) {
 
 // Whether the chain has a block `index`.
 bool KrIOStreamDevice::Data::Knows(std::size_t index) {
-    const DataBlock* const last = blockIndex_ + 1 == chain_.size() ? current_.get() : nullptr;
-    return !chain_.empty() && engine_.ExtendChain(chain_, index + 1, last) == KrStreamE::Ok &&
-           index < chain_.size();
+    const DataBlock* const last = blockIndex_ + 1 == chain_.Size() ? current_.get() : nullptr;
+    return !chain_.IsEmpty() && engine_.ExtendChain(chain_, index + 1, last) == KrStreamE::Ok &&
+           index < chain_.Size();
 }
 
 bool KrIOStreamDevice::Data::GoToBlockOrAppend(std::size_t index) {
@@ -259,7 +259,7 @@ bool KrIOStreamDevice::Data::AppendBlock() {
         return false;
     }
     current_.swap(spare_);
-    chain_.push_back(current_->Number());
+    chain_.Append(current_->Number());
     ++blockIndex_;
     dirty_ = true;
     return true;
