@@ -20,16 +20,16 @@ CompoundFileServer* Servers::AcquireByPath(const char* path, KrStreamE::OpenMode
     const bool readOnly = mode != KrStreamE::ReadWrite;
     const bool isKnown = path != nullptr && Find(path) != nullptr;
     std::unique_ptr<FileStore> file = isKnown ? nullptr : FileStore::OpenCanonical(path, readOnly);
-    std::string canonicalPath = file != nullptr ? path : KrGetCanonicalPath(path);
+    if (file != nullptr) {
+        return Create(std::move(file), path, readOnly);
+    }
+    std::string canonicalPath = KrGetCanonicalPath(path);
     CompoundFileServer* const open = Find(canonicalPath);
     if (open != nullptr) {
         open->AddReference();
         return open;
     }
-    if (file == nullptr) {
-        file = FileStore::Open(path, readOnly);
-    }
-    return Create(std::move(file), std::move(canonicalPath), readOnly);
+    return Create(FileStore::Open(path, readOnly), std::move(canonicalPath), readOnly);
 }
 
 CompoundFileServer* Servers::OpenStream(const std::shared_ptr<std::iostream>& stream) {
