@@ -139,8 +139,9 @@ KrStreamE::Status CompoundFileServer::ChangePayloads(Change change) {
         return Fail(KrStreamE::Failed);
     }
     Guard([&] {
-        for (auto slot = directory_.NextInUse(0); slot; slot = directory_.NextInUse(*slot + 1)) {
-            const Chain chain = CollectChain(directory_.Entry(*slot).firstBlock);
+        for (Directory::Slot slot = directory_.NextInUse(0); slot < directory_.SlotCount();
+             slot = directory_.NextInUse(slot + 1)) {
+            const Chain chain = CollectChain(directory_.Entry(slot).firstBlock);
             for (std::size_t i = 0; i < chain.Size(); ++i) {
                 const BlockNumber number = chain[i];
                 if (IsUnwritten(number)) {

@@ -143,8 +143,9 @@ private:
 
 ChainAudit::ChainAudit(HeaderScan& scan, const Directory& directory) {
     ChainWalk walk(scan, directory, *this);
-    for (auto slot = directory.NextInUse(0); slot; slot = directory.NextInUse(*slot + 1)) {
-        walk.Follow(directory.Entry(*slot));
+    for (Directory::Slot slot = directory.NextInUse(0); slot < directory.SlotCount();
+         slot = directory.NextInUse(slot + 1)) {
+        walk.Follow(directory.Entry(slot));
     }
     walk.FollowRests();
     for (BlockNumber number = 1; number < scan.inUse.size(); ++number) {

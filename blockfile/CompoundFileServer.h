@@ -156,6 +156,7 @@ private:
     void LoadUsage();
 
     std::optional<Directory::Slot> Lookup(const char* name) const;
+    const DirEntry* EntryFrom(Directory::Slot from, unsigned long& index) const;
     std::optional<EntryRef> MakeEntry(const char* name, DataBlock& first);
     void RemoveEntry(Directory::Slot slot);
     Directory::Slot TakeSlot();

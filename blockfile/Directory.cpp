@@ -53,14 +53,19 @@ void Directory::AppendNew(BlockNumber number) {
     Enter(block);
 }
 
-std::optional<Directory::Slot> Directory::NextInUse(Slot from) const {
+Directory::Slot Directory::NextInUse(Slot from) const {
     for (Slot slot = from; slot < SlotCount(); ++slot) {
         if (IsInUse(slot)) {
-            PrefetchName(slot + kNamesAhead);
+            // Who walks over the entries asks for their names, which lie too far apart for a
+            // processor to see what comes next. In a function of its own, which has neither effect
+            // nor result, the compiler drops this.
+            if (slot + kNamesAhead < SlotCount()) {
+                __builtin_prefetch(Entry(slot + kNamesAhead).name);
+            }
             return slot;
         }
     }
-    return std::nullopt;
+    return SlotCount();
 }
 
 std::optional<Directory::Slot> Directory::Find(std::string_view name) const {
@@ -198,22 +203,10 @@ const char* Directory::NameOf(Slot slot) const {
     return Entry(slot).name;
 }
 
-// Who walks over the entries asks for their names, which lie too far apart for a processor to see
-// what comes next.
-void Directory::PrefetchName(Slot slot) const {
-    if (slot < SlotCount()) {
-        __builtin_prefetch(Entry(slot).name);
-    }
-}
-
-Directory::Slot Directory::SlotCount() const {
-    return static_cast<Slot>(blockCount_ * kSlotsPerBlock);
-}
-
 void Directory::BuildIndex() const {
     index_.Reserve(entryCount_);
-    for (auto slot = NextInUse(0); slot; slot = NextInUse(*slot + 1)) {
-        shadowed_ += index_.Insert(*slot) ? 0 : 1;
+    for (Slot slot = NextInUse(0); slot < SlotCount(); slot = NextInUse(slot + 1)) {
+        shadowed_ += index_.Insert(slot) ? 0 : 1;
     }
     indexed_ = true;
 }
@@ -221,10 +214,10 @@ void Directory::BuildIndex() const {
 void Directory::RemoveFromIndex(Slot slot) {
     const std::string_view name = Entry(slot).name;
     index_.Erase(name);
-    for (auto next = shadowed_ > 0 ? NextInUse(slot + 1) : std::nullopt; next;
-         next = NextInUse(*next + 1)) {
-        if (KrStdString::EqualClassic(Entry(*next).name, name)) {
-            index_.Insert(*next);
+    for (Slot next = shadowed_ > 0 ? NextInUse(slot + 1) : SlotCount(); next < SlotCount();
+         next = NextInUse(next + 1)) {
+        if (KrStdString::EqualClassic(Entry(next).name, name)) {
+            index_.Insert(next);
             --shadowed_;
             return;
         }

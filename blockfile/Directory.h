@@ -51,8 +51,10 @@ public:
     }
     /// Number of slots in use.
     std::size_t EntryCount() const { return entryCount_; }
-    /// The first slot in use at or after `from`.
-    std::optional<Slot> NextInUse(Slot from) const;
+    /// Number of slots, free ones included.
+    Slot SlotCount() const { return static_cast<Slot>(blockCount_ * BlockFormat::kSlotsPerBlock); }
+    /// The first slot in use at or after `from`; SlotCount() where there is none.
+    Slot NextInUse(Slot from) const;
     /// The first slot in use whose name is `name` without regard to case.
     std::optional<Slot> Find(std::string_view name) const;
     /// The lowest free slot of the last block that has one.
@@ -104,7 +106,6 @@ private:
         return static_cast<std::size_t>(63 - __builtin_clzll(index + 1));
     }
     const char* NameOf(Slot slot) const override;
-    void PrefetchName(Slot slot) const;
     DirBlock& MakeRoom();
     void Enter(const DirBlock& block);
     bool& IsInUse(Slot slot) {
@@ -112,7 +113,6 @@ private:
             .isInUse[slot % BlockFormat::kSlotsPerBlock];
     }
     bool IsInUse(Slot slot) const { return const_cast<Directory*>(this)->IsInUse(slot); }
-    Slot SlotCount() const;
     void MarkChanged(std::size_t index, unsigned parts);
     Change TakeChange(std::size_t index);
     void BuildIndex() const;

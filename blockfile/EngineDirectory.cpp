@@ -7,16 +7,21 @@
 using namespace BlockFormat;
 
 const DirEntry* CompoundFileServer::GetFirstDirEntry(unsigned long& index) const {
-    const std::optional<Directory::Slot> slot = directory_.NextInUse(0);
-    index = slot.value_or(0);
-    return slot ? &directory_.Entry(*slot) : nullptr;
+    index = 0;
+    return EntryFrom(0, index);
 }
 
 const DirEntry* CompoundFileServer::GetNextDirEntry(unsigned long& index) const {
-    const std::optional<Directory::Slot> slot =
-        directory_.NextInUse(static_cast<Directory::Slot>(index + 1));
-    index = slot.value_or(static_cast<Directory::Slot>(index));
-    return slot ? &directory_.Entry(*slot) : nullptr;
+    return EntryFrom(static_cast<Directory::Slot>(index + 1), index);
+}
+
+const DirEntry* CompoundFileServer::EntryFrom(Directory::Slot from, unsigned long& index) const {
+    const Directory::Slot slot = directory_.NextInUse(from);
+    if (slot >= directory_.SlotCount()) {
+        return nullptr;
+    }
+    index = slot;
+    return &directory_.Entry(slot);
 }
 
 bool CompoundFileServer::DeleteCFFile(const char* name) {
