@@ -10,8 +10,10 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <filesystem>
 #include <istream>
 #include <memory>
+#include <numeric>
 #include <stdexcept>
 #include <streambuf>
 
@@ -47,15 +49,41 @@ std::uint64_t OffsetOfEntry(std::size_t entry) {
     return (entry + entry / kEntriesPerDirectoryBlock + 1) * kBlock;
 }
 
-Sample KeepDirectoryOf(const std::string& path) {
+using Records = std::vector<DirEntry, LargePageAllocator<DirEntry>>;
+
+DirEntry RecordAt(const char* slot) {
+    DirEntry record;
+    std::memcpy(record.name, slot + BlockFormat::kNameOffset, sizeof record.name);
+    std::memcpy(record.created, slot + BlockFormat::kCreatedOffset, sizeof record.created);
+    std::memcpy(record.modified, slot + BlockFormat::kModifiedOffset, sizeof record.modified);
+    std::memcpy(&record.firstBlock, slot + BlockFormat::kFirstBlockOffset,
+                sizeof record.firstBlock);
+    std::memcpy(&record.size, slot + BlockFormat::kSizeOffset, sizeof record.size);
+    return record;
+}
+
+void KeepRecordsOf(const Block& block, Records& records) {
+    for (std::size_t slot = 0; slot < kEntriesPerDirectoryBlock; ++slot) {
+        records.push_back(RecordAt(block.data() + BlockFormat::kDirLayout2.SlotOffset(slot)));
+    }
+}
+
+/// Reads a directory's blocks in chain order, keeps the records and looks at each name.
+Sample ListDirectoryOf(const std::string& path) {
+    Records records;
+    records.reserve(std::filesystem::file_size(path) / kBlock * kEntriesPerDirectoryBlock);
     return Measure([&] {
         PlainFile file(path, PlainFile::Mode::Read);
-        std::vector<std::unique_ptr<Block>> blocks;
+        Block block;
         for (auto number = BlockFormat::kFirstBlock; number != BlockFormat::kNoBlock;
-             number = NextOf(*blocks.back())) {
-            blocks.emplace_back(new Block);
-            file.ReadAt(BlockFormat::OffsetOf(number), blocks.back()->data(), kBlock);
+             number = NextOf(block)) {
+            file.ReadAt(BlockFormat::OffsetOf(number), block.data(), kBlock);
+            KeepRecordsOf(block, records);
         }
+        const auto bytes = std::accumulate(
+            records.begin(), records.end(), std::size_t{0},
+            [](std::size_t sum, const DirEntry& record) { return sum + std::strlen(record.name); });
+        Require(bytes > 0);
     });
 }
 
@@ -104,9 +132,9 @@ void PassOverPayloads(const std::string& path) {
 
 /// The least of a directory in memory by which an entry is found: its place in an index by name,
 /// and its record.
-class Records {
+class EntryTable {
 public:
-    explicit Records(std::size_t entries) : places_(PlacesFor(entries)), records_(entries) {
+    explicit EntryTable(std::size_t entries) : places_(PlacesFor(entries)), records_(entries) {
         for (std::size_t entry = 0; entry < entries; ++entry) {
             places_[PlaceOf(entry)] = entry;
             records_[entry].firstBlock =
@@ -196,7 +224,7 @@ template <typename Work>
 Sample OnEachBlock(const EntryWorks& works, Work work) {
     works.Make();
     const auto order = Shuffled(works.entries);
-    const Records records(works.entries);
+    const EntryTable records(works.entries);
     return Measure([&] {
         PlainFile file(works.path, PlainFile::Mode::Change);
         for (const std::size_t entry : order) {
@@ -250,8 +278,8 @@ Sample Floors::OpenAndReadDirectory(const Job& job) {
     });
 }
 
-Sample Floors::KeepDirectory(const Job& job) {
-    return KeepDirectoryOf(job.path);
+Sample Floors::ListDirectory(const Job& job) {
+    return ListDirectoryOf(job.path);
 }
 
 Sample Floors::ReadBlocks(const EntryWorks& works) {
@@ -291,7 +319,7 @@ Sample Floors::MarkBlocks(const EntryWorks& works) {
     return sample;
 }
 
-Sample Floors::KeepDirectories(const EntryWorks& works) {
+Sample Floors::ListDirectories(const EntryWorks& works) {
     works.Make();
-    return KeepDirectoryOf(works.path);
+    return ListDirectoryOf(works.path);
 }

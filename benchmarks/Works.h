@@ -61,11 +61,11 @@ Sample WriteSmall(const Job& job);
 Sample ReadHeads(const Job& job);
 Sample ReadHeadsAndRandomly(const Job& job);
 Sample OpenAndReadDirectory(const Job& job);
-Sample KeepDirectory(const Job& job);
+Sample ListDirectory(const Job& job);
 Sample ReadBlocks(const EntryWorks& works);
 Sample RewriteBlocks(const EntryWorks& works);
 Sample MarkBlocks(const EntryWorks& works);
-Sample KeepDirectories(const EntryWorks& works);
+Sample ListDirectories(const EntryWorks& works);
 
 } // namespace Floors
 
