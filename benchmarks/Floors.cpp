@@ -7,10 +7,11 @@
 #include <TALVOutl/MD5.h>
 #include <TALVOutl/Paths.h>
 
+#include <boost/filesystem/operations.hpp>
+
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <filesystem>
 #include <istream>
 #include <memory>
 #include <numeric>
@@ -71,7 +72,7 @@ void KeepRecordsOf(const Block& block, Records& records) {
 /// Reads a directory's blocks in chain order, keeps the records and looks at each name.
 Sample ListDirectoryOf(const std::string& path) {
     Records records;
-    records.reserve(std::filesystem::file_size(path) / kBlock * kEntriesPerDirectoryBlock);
+    records.reserve(boost::filesystem::file_size(path) / kBlock * kEntriesPerDirectoryBlock);
     return Measure([&] {
         PlainFile file(path, PlainFile::Mode::Read);
         Block block;
@@ -148,9 +149,6 @@ public:
     }
 
 private:
-    template <typename Value>
-    using Table = std::vector<Value, LargePageAllocator<Value>>;
-
     static std::size_t PlacesFor(std::size_t entries) {
         std::size_t places = 1;
         while (places < entries) {
@@ -163,8 +161,8 @@ private:
         return entry * 2654435761U & (places_.size() - 1);
     }
 
-    Table<std::uint64_t> places_;
-    Table<DirEntry> records_;
+    std::vector<std::uint64_t, LargePageAllocator<std::uint64_t>> places_;
+    Records records_;
 };
 
 /// A directory block and its three entries.
@@ -239,7 +237,7 @@ Sample Floors::WriteSmall(const Job& job) {
     return Measure([&] {
         PlainFile file(job.path, PlainFile::Mode::Create);
         alignas(kPage) Page page{};
-        std::vector<DirEntry, LargePageAllocator<DirEntry>> records;
+        Records records;
         records.reserve(job.sizes.smallStreams);
         for (std::size_t stream = 0; stream < job.sizes.smallStreams; ++stream) {
             WriteAsStream(stream, page);
